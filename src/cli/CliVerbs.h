@@ -1,0 +1,20 @@
+// The verbs of zel-cli. Each takes the arguments after its name and returns the
+// process exit code.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace zel::cli {
+
+using Args = std::vector<std::string>;
+
+int Identify(const Args& args);
+int Exec(const Args& args);
+int Time(const Args& args);
+int MsTime(const Args& args);
+
+// Finds a tool named without a folder on PATH; a path is returned as given.
+std::string ResolveTool(const std::string& name);
+
+}  // namespace zel::cli

@@ -1,0 +1,42 @@
+// zel-cli: the engine without windows, for scripts and for the tests.
+#include <cstdio>
+#include <cstring>
+#include <string_view>
+
+#include "cli/CliVerbs.h"
+
+namespace {
+
+struct Verb {
+  std::string_view name;
+  int (*run)(const zel::cli::Args&);
+  std::string_view usage;
+};
+
+constexpr Verb kVerbs[] = {
+    {"identify", zel::cli::Identify, "identify TOOL            what the tool is and what it can write"},
+    {"exec", zel::cli::Exec, "exec [--output FILE] 'COMMAND LINE'   run a command line and follow its progress"},
+    {"time", zel::cli::Time, "time TEXT [--sep S]      a time text read as milliseconds and seconds"},
+    {"mstime", zel::cli::MsTime, "mstime MS NOTATION       milliseconds written in a time notation"},
+};
+
+void PrintUsage(std::FILE* to) {
+  std::fprintf(to, "usage: zel-cli VERB [ARGUMENTS]\n\n");
+  for (const Verb& verb : kVerbs) std::fprintf(to, "  %.*s\n", static_cast<int>(verb.usage.size()), verb.usage.data());
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc < 2 || std::strcmp(argv[1], "--help") == 0 || std::strcmp(argv[1], "help") == 0) {
+    PrintUsage(argc < 2 ? stderr : stdout);
+    return argc < 2 ? 2 : 0;
+  }
+  const std::string_view name = argv[1];
+  for (const Verb& verb : kVerbs) {
+    if (verb.name == name) return verb.run(zel::cli::Args(argv + 2, argv + argc));
+  }
+  std::fprintf(stderr, "zel-cli: unknown verb \"%s\"\n\n", argv[1]);
+  PrintUsage(stderr);
+  return 2;
+}

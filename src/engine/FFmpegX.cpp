@@ -1,0 +1,314 @@
+#include "engine/FFmpegX.h"
+
+#include <dlfcn.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+#include "engine/ChildProcess.h"
+#include "engine/CommandLine.h"
+#include "engine/PriorityClass.h"
+#include "engine/ProgressText.h"
+
+namespace zel {
+
+namespace {
+
+// Output keys that make a still picture rather than a run of the tool.
+constexpr std::array<std::string_view, 6> kStillImageKeys{"jpg", "jpeg", "png", "tif", "tiff", "bmp"};
+constexpr std::array<std::string_view, 7> kImageExtensions{"jpg", "jpeg", "png", "bmp", "gif", "tif", "tiff"};
+
+bool IsStillImageKey(std::string_view key) {
+  return std::find(kStillImageKeys.begin(), kStillImageKeys.end(), key) != kStillImageKeys.end();
+}
+
+bool HasImageExtension(std::string_view path) {
+  const size_t dot = path.rfind('.');
+  const size_t slash = path.rfind('/');
+  if (dot == std::string_view::npos || (slash != std::string_view::npos && dot < slash)) return false;
+  const std::string extension = LowerAscii(path.substr(dot + 1));
+  return std::find(kImageExtensions.begin(), kImageExtensions.end(), extension) != kImageExtensions.end();
+}
+
+// AviSynth+ is present when its library loads, as FFmpeg itself would load it.
+bool AviSynthInstalled() {
+  void* library = ::dlopen("libavisynth.so", RTLD_LAZY | RTLD_LOCAL);
+  if (library == nullptr) return false;
+  ::dlclose(library);
+  return true;
+}
+
+}  // namespace
+
+FFmpegX::FFmpegX() : scratchFile_(CreateTempFile("ZEL", "")) {}
+
+FFmpegX::~FFmpegX() {
+  StopTimer();
+  child_.reset();
+  DeleteScratchFiles();
+  if (!scratchFile_.empty()) zel::DeleteFile(scratchFile_);
+}
+
+std::string FFmpegX::GetStatusString(int status) {
+  if (status < 0 || status >= static_cast<int>(kStatusWords.size())) return {};
+  return std::string(kStatusWords[static_cast<size_t>(status)]);
+}
+
+void FFmpegX::SetCore(const std::string& path) {
+  if (!FileExists(path)) {
+    coreStatus_ = kCoreNone;
+    coreName_.clear();
+    coreVersion_.clear();
+    return;
+  }
+  core_ = path;
+  coreFormats_.clear();
+  coreVideoCodec_.clear();
+  coreAudioCodec_.clear();
+  coreSubtitleCodec_.clear();
+
+  const std::string banner = CaptureOutput("");
+  const CoreIdentity id = IdentifyCore(banner, [this](std::string_view args) { return CaptureOutput(args); });
+  coreStatus_ = id.status;
+  coreName_ = id.name;
+  coreVersion_ = id.version;
+  coreDialect_ = id.dialect;
+  if (coreStatus_ == kCoreFFmpeg) ReadCoreLists();
+  // A recognised core leaves the cancel flag raised; every job clears it first.
+  if (coreStatus_ != kCoreNone) cancelRequested_ = true;
+}
+
+void FFmpegX::ReadCoreLists() {
+  if (processing_) return;
+  const std::string text = CaptureOutput("-formats") + CaptureOutput("-codecs");
+  const CoreLists lists = ParseFFmpegCapabilities(text, coreDialect_);
+  coreFormats_ = lists.formats;
+  coreVideoCodec_ = lists.video;
+  coreAudioCodec_ = lists.audio;
+  coreSubtitleCodec_ = lists.subtitle;
+}
+
+void FFmpegX::SetFilename(const std::string& filename) {
+  if (filename.empty()) return;
+  filename_ = filename;
+  value_ = 0;
+  max_ = 0;
+  speedFps_ = 0;
+  remainderInfo_.clear();
+  outputInfo_.clear();
+  twoPassStatus_.clear();
+  startTime_.clear();
+  endTime_.clear();
+
+  const std::string first = FirstSource();
+  sourceInUse_ = first;
+  streamInfo_.clear();
+  defaultVideoStream_.clear();
+  defaultAudioStream_.clear();
+  defaultSubtitleStream_.clear();
+  // A name ending in ":" is a disc drive, read as it plays.
+  if (!EndsWith(first, ":")) streamInfo_ = ProbeSource(first);
+
+  status_ = kStatusSettingChanged;
+  RaiseStatusChange(kStatusSettingChanged, filename_);
+}
+
+void FFmpegX::SetOutputDir(std::string_view folder) {
+  if (folder.empty()) return;
+  outputDir_ = cPath(folder);
+  RaiseStatusChange(kStatusSettingChanged, outputDir_);
+}
+
+std::string FFmpegX::FirstSource() const { return filename_.substr(0, filename_.find('|')); }
+
+void FFmpegX::StartProcess() {
+  if (processing_) {
+    Fail(MsgExecuting);
+    return;
+  }
+  startTime_ = ClockNow();
+  endTime_.clear();
+  const std::string first = FirstSource();
+
+  if (CommandLine.empty()) {
+    if (filename_.empty()) {
+      Fail(MsgNoSource);
+      return;
+    }
+    if (!EndsWith(first, ":") && !FileExists(first)) {
+      Fail(MsgSourceNotFound);
+      return;
+    }
+    if (outputDir_.empty()) {
+      // The status reads as an error while the event only informs: the job goes
+      // on and writes beside its source.
+      status_ = kStatusError;
+      RaiseStatusChange(kStatusInfoString, MsgNoOutputPath);
+    } else if (!DirectoryExists(outputDir_)) {
+      Fail(MsgNoSuchOutputPath);
+      return;
+    }
+  }
+  processing_ = true;
+
+  if (HasImageExtension(first) && IsStillImageKey(forceFormat_)) {
+    ConvertImageJob();
+    return;
+  }
+  // On the next three stops the job stays "processing": later calls report
+  // MsgExecuting until the host sets things right and a new object is made.
+  if (!FileExists(core_) && CommandLine.empty()) {
+    Fail(MsgCannotSetCore);
+    return;
+  }
+  if (AVSEnabled) {
+    if (!AviSynthInstalled()) {
+      Fail(MsgNoAviSynth);
+      return;
+    }
+    const bool overlay = (AVSSubtitleEnableLogo && !AVSSubtitleStringLogo.empty()) || AVSEnableSubtitle ||
+                         (AVSSubtitleEnableBanner && !AVSSubtitleStringBanner.empty());
+    if (overlay && !FileExists(AVSVSFilterPath)) {
+      Fail(MsgNoVSFilter);
+      return;
+    }
+  }
+  if (IsStillImageKey(forceFormat_) && videoWidth_ >= 1 && videoHeight_ >= 1) {
+    cancelRequested_ = false;
+    outputFileName_ = OutputPathFor(forceFormat_);
+    GrabFrameJob();
+    return;
+  }
+
+  outputFileName_ = (ForceOutputFileName.empty() && filename_.empty()) ? std::string() : OutputPathFor(forceFormat_);
+  cancelRequested_ = false;
+  if (OnlyUseExtCommandLine) {
+    RunCommand(CommandLine);
+    return;
+  }
+  if (Twopass) {
+    RunPass(1);
+    if (FileExists(outputFileName_)) zel::DeleteFile(outputFileName_);
+    Pump();
+    if (!cancelRequested_) RunPass(2);
+  } else {
+    RunPass(0);
+  }
+  if (forceFormat_ == "psp" && coreStatus_ == kCoreFFmpeg) WritePspSidecar();
+}
+
+void FFmpegX::RunPass(int pass) {
+  twoPassStatus_ = std::to_string(pass);
+  processing_ = true;
+  RunCommand(BuildCommand(pass));
+}
+
+std::string FFmpegX::BuildCommand(int /*pass*/) {
+  toolInput_ = sourceInUse_;
+  // The encoders' own options are composed by command assembly; until then a job
+  // runs its overriding command line, with the placeholders filled.
+  auto number = [](float v) { return FormatNumber(v); };
+  std::string command = CommandLine;
+  const std::pair<std::string_view, std::string> placeholders[] = {
+      {"#VideoWidth#", std::to_string(videoWidth_)},
+      {"#VideoHeight#", PadBorder > 0 ? std::string("-3") : std::to_string(videoHeight_)},
+      {"#VideoBitRate#", number(VideoBitRate)},
+      {"#VideoVBR#", std::to_string(VideoVBR)},
+      {"#VideoFrameRate#", number(targetFrameRate_)},
+      {"#AudioBitRate#", number(AudioBitRate)},
+      {"#AudioQuality#", number(AudioQuality)},
+      {"#AudioSampleRate#", std::to_string(targetAudioSampleRate_)},
+      {"#AudioChannels#", std::to_string(targetAudioChannels_)},
+      {"#InputFileName#", toolInput_},
+      {"#OutputFileName#", outputFileName_},
+  };
+  for (const auto& [mark, value] : placeholders) command = ReplaceAllNoCase(command, mark, value);
+  if (TestMode) WriteText(command, outputDir_ + "Test.bat", false);
+  return command;
+}
+
+std::string FFmpegX::OutputPathFor(std::string_view extension) const {
+  if (!ForceOutputFileName.empty()) return RenameExists(ForceOutputFileName);
+  const std::string first = FirstSource();
+  std::string folder = outputDir_;
+  if (folder.empty()) {
+    const size_t slash = first.rfind('/');
+    folder = slash == std::string::npos ? std::string() : first.substr(0, slash + 1);
+  }
+  const std::string base = CustomFileName.empty() ? GetFileString(first, ".", 0) : CustomFileName;
+  return RenameExists(folder + FileNameAddStringBefore + base + FileNameAddStringAfter + "." + std::string(extension));
+}
+
+void FFmpegX::SetPriority(int priority) {
+  priority_ = priority;
+  if (processing_ && child_) {
+    if (const auto nice = NiceForClass(priority)) child_->SetNice(*nice);
+  }
+}
+
+void FFmpegX::SetStatusRefreshInterval(int milliseconds) {
+  statusRefreshInterval_ = milliseconds;
+  if (timerRunning_) {
+    StopTimer();
+    StartTimer();
+  }
+}
+
+bool FFmpegX::Fail(std::string_view message) {
+  Report(kStatusError, message);
+  return false;
+}
+
+void FFmpegX::Report(int status, std::string_view info) {
+  status_ = status;
+  RaiseStatusChange(status, info);
+}
+
+void FFmpegX::RaiseStatusChange(int status, std::string_view info) {
+  if (StatusChange) StatusChange(status, std::string(info));
+}
+
+void FFmpegX::RaiseProgress(bool finished) {
+  if (!ProgressChange) return;
+  ProgressChange(static_cast<int>(std::floor(Value())), static_cast<int>(std::floor(Max())), speedFps_,
+                 remainderInfo_, outputInfo_, finished);
+}
+
+void FFmpegX::DeleteScratchFiles() const {
+  if (scratchFile_.empty()) return;
+  for (const char* suffix : {".avs", "1.ssa", "2.ssa", "3.ssa"}) {
+    const std::string path = scratchFile_ + suffix;
+    if (FileExists(path)) zel::DeleteFile(path);
+  }
+}
+
+std::string FFmpegX::ProbeSource(const std::string& /*source*/) {
+  // Reading the source's streams arrives with media probing; until then a source
+  // is described by nothing, and a run is measured by the tool's own text.
+  return {};
+}
+
+void FFmpegX::ConvertImageJob() {
+  // Converting a still picture without the tool arrives with image conversion;
+  // until then no file is made, and the job says so as it would for a failed save.
+  outputFileName_ = OutputPathFor(forceFormat_);
+  Report(kStatusError, MsgCannotCreateFile);
+  processing_ = false;
+}
+
+void FFmpegX::GrabFrameJob() {
+  // Frame grabbing arrives with its own work; until then the grab fails openly.
+  Report(kStatusError, MsgGrabFailed);
+  processing_ = false;
+}
+
+void FFmpegX::BuildThumbnailSheet() {
+  // The thumbnail sheet beside the output arrives with frame grabbing.
+}
+
+void FFmpegX::WritePspSidecar() {
+  // The ".thm" picture beside a PSP output arrives with frame grabbing.
+}
+
+}  // namespace zel

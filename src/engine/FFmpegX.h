@@ -1,0 +1,398 @@
+// FFmpegX: the one object through which the program converts a file. A host fills
+// its properties for one job, calls StartProcess, and listens to five events.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "engine/CoreCapabilities.h"
+#include "engine/EngineMessages.h"
+#include "subtitles/FileHelpers.h"
+#include "subtitles/TextHelpers.h"
+#include "subtitles/TimeNotation.h"
+
+namespace zel {
+
+class ChildProcess;
+struct FFmpegXStoredFormAccess;
+
+// The control's stored form: its saved settings by name, values as text.
+using PropertyBag = std::map<std::string, std::string, std::less<>>;
+
+class FFmpegX {
+ public:
+  FFmpegX();
+  ~FFmpegX();
+  FFmpegX(const FFmpegX&) = delete;
+  FFmpegX& operator=(const FFmpegX&) = delete;
+
+  // ---- Events, in their declared order. Each may be left empty. ----
+  std::function<void()> FileInfoChange;
+  std::function<void(int status, const std::string& info)> StatusChange;
+  std::function<void(int value, int max, int fpsSpeed, const std::string& remainderInfo,
+                     const std::string& outputInfo, bool finished)>
+      ProgressChange;
+  std::function<void(int priority)> PriorityChanged;
+  std::function<void(const std::string& text)> PipeChange;
+
+  // The host's event pump: called between blocks of tool output and while the
+  // tool is silent, so the host stays alive and can cancel.
+  std::function<void()> PumpEvents;
+
+  // ---- Operations ----
+  void StartProcess();
+  void CancelProcess();
+  // The tool's standard input is /dev/null, so no key reaches it: cancelling rests
+  // on terminating the tool. Returns no handle (0).
+  int SendKeyToDos(std::string_view key);
+  // Stop and continue the tool's process group; the previous suspend count.
+  int SuspendApp();
+  int ResumeApp();
+
+  static std::string GetStatusString(int status);
+
+  // ---- Core and job state ----
+  const std::string& Core() const { return core_; }
+  void SetCore(const std::string& path);
+  int CoreStatus() const { return coreStatus_; }
+  const std::string& CoreName() const { return coreName_; }
+  const std::string& CoreVersion() const { return coreVersion_; }
+  const std::string& CoreFormats() const { return coreFormats_; }
+  const std::string& CoreVideoCodec() const { return coreVideoCodec_; }
+  const std::string& CoreAudioCodec() const { return coreAudioCodec_; }
+  const std::string& CoreSubtitleCodec() const { return coreSubtitleCodec_; }
+  // Whether the FFmpeg core speaks the old option syntax or today's.
+  ToolDialect CoreDialect() const { return coreDialect_; }
+
+  bool Processing() const { return processing_; }
+  int Status() const { return status_; }
+  // 0 once the stored value has passed the stored maximum.
+  float Value() const { return value_ > max_ ? 0.0f : value_; }
+  // Never below 1, so a host can divide by it.
+  float Max() const { return max_ < 1.0f ? 1.0f : max_; }
+  // Frames per second the tool last reported; 0 when it gives none.
+  int SpeedFps() const { return speedFps_; }
+  const std::string& RemainderInfo() const { return remainderInfo_; }
+  const std::string& OutputInfo() const { return outputInfo_; }
+  const std::string& TwoPassStatus() const { return twoPassStatus_; }
+  const std::string& StartTime() const { return startTime_; }
+  const std::string& EndTime() const { return endTime_; }
+  const std::string& OutputFileName() const { return outputFileName_; }
+
+  // ---- Source description, filled by the probe ----
+  float Duration() const { return duration_; }
+  int VideoWidth() const { return videoWidth_; }
+  int VideoHeight() const { return videoHeight_; }
+  const std::string& SourceFormat() const { return sourceFormat_; }
+  const std::string& SourceSuffix() const { return sourceSuffix_; }
+  std::string FileInfo() const { return filename_.empty() ? std::string() : fileInfo_; }
+  const std::string& StreamInfo() const { return streamInfo_; }
+  const std::string& VideoStreamInfo() const { return videoStreamInfo_; }
+  const std::string& AudioStreamInfo() const { return audioStreamInfo_; }
+  const std::string& SubtitleStreamInfo() const { return subtitleStreamInfo_; }
+  const std::string& DefaultVideoStream() const { return defaultVideoStream_; }
+  const std::string& DefaultAudioStream() const { return defaultAudioStream_; }
+  const std::string& DefaultSubtitleStream() const { return defaultSubtitleStream_; }
+  int VideoStreamCount() const { return videoStreamCount_; }
+  int AudioStreamCount() const { return audioStreamCount_; }
+  int SubtitleStreamCount() const { return subtitleStreamCount_; }
+
+  // ---- Five names: writing sets the target, reading gives the probed source ----
+  const std::string& VideoCodec() const { return sourceVideoCodec_; }
+  void SetVideoCodec(std::string_view codec) { targetVideoCodec_ = LowerAscii(Trim(codec)); }
+  const std::string& AudioCodec() const { return sourceAudioCodec_; }
+  void SetAudioCodec(std::string_view codec) { targetAudioCodec_ = LowerAscii(Trim(codec)); }
+  int AudioSampleRate() const { return sourceAudioSampleRate_; }
+  void SetAudioSampleRate(int rate) { targetAudioSampleRate_ = rate; }
+  int AudioChannels() const { return sourceAudioChannels_; }
+  void SetAudioChannels(int channels) { targetAudioChannels_ = channels; }
+  float FrameRate() const { return sourceFrameRate_; }
+  void SetFrameRate(float rate) { targetFrameRate_ = rate; }
+  // The written sides, for command assembly.
+  const std::string& TargetVideoCodec() const { return targetVideoCodec_; }
+  const std::string& TargetAudioCodec() const { return targetAudioCodec_; }
+  int TargetAudioSampleRate() const { return targetAudioSampleRate_; }
+  int TargetAudioChannels() const { return targetAudioChannels_; }
+  float TargetFrameRate() const { return targetFrameRate_; }
+
+  // ---- Settings whose setters normalise or act ----
+  const std::string& SubtitleCodec() const { return subtitleCodec_; }
+  void SetSubtitleCodec(std::string_view codec) { subtitleCodec_ = LowerAscii(Trim(codec)); }
+  const std::string& ForceFormat() const { return forceFormat_; }
+  void SetForceFormat(std::string_view format) { forceFormat_ = LowerAscii(Trim(format)); }
+  const std::string& VideoSize() const { return videoSize_; }
+  void SetVideoSize(std::string_view size) { videoSize_ = Trim(size); }
+  const std::string& ImageSize() const { return imageSize_; }
+  void SetImageSize(std::string_view size) { imageSize_ = Trim(size); }
+  const std::string& AdditionalScripts() const { return additionalScripts_; }
+  void SetAdditionalScripts(std::string_view text) { additionalScripts_ = Trim(text); }
+  const std::string& AdditionalPass1Scripts() const { return additionalPass1Scripts_; }
+  void SetAdditionalPass1Scripts(std::string_view text) { additionalPass1Scripts_ = Trim(text); }
+  // Ignores "", keeps a final "/", and reports the new folder.
+  const std::string& OutputDir() const { return outputDir_; }
+  void SetOutputDir(std::string_view folder);
+  // One source, or several joined by "|"; the first is probed.
+  const std::string& Filename() const { return filename_; }
+  void SetFilename(const std::string& filename);
+  // A process class (64 idle ... 256 realtime); applied to a running tool at once.
+  int Priority() const { return priority_; }
+  void SetPriority(int priority);
+  // Period of the refresh timer in milliseconds; restarts a running timer.
+  int StatusRefreshInterval() const { return statusRefreshInterval_; }
+  void SetStatusRefreshInterval(int milliseconds);
+
+  // ---- Plain job settings: read and write touch one field ----
+  bool Enabled = false;
+  bool TestMode = false;
+  bool Refresh = false;
+  bool Overwrite = false;
+  bool RemoveFileAfterCanceled = true;
+  bool OnlyUseExtCommandLine = false;
+  std::string CommandLine;
+  bool Log = false;
+  bool Twopass = false;
+  int MaxThreads = 0;
+  std::string ForceOutputFileName;
+  std::string CustomFileName;
+  std::string FileNameSuffix;
+  std::string FileNameAddStringBefore;
+  std::string FileNameAddStringAfter;
+  bool UcaseNameSuffix = true;
+  float VideoBitRate = 0;
+  float AudioBitRate = 0;
+  int VideoVBR = 0;
+  float VideoAspect = 0;
+  float PadBorder = 0;
+  int VideoCropTop = 0, VideoCropBottom = 0, VideoCropLeft = 0, VideoCropRight = 0;
+  int VideoPadTop = 0, VideoPadBottom = 0, VideoPadLeft = 0, VideoPadRight = 0;
+  std::string VideoPadColor = "0";
+  bool Deinterlace = false;
+  bool DisableVideo = false;
+  bool DisableAudio = false;
+  bool DisableSubtitle = false;
+  float AudioQuality = 0;
+  int AudioVolume = 0;
+  std::string SubtitleLanguage;
+  std::string SubtitleFourccTag;
+  std::string SubtitleBitstreamFilter;
+  int SubtitleEncodeFormat = -1;
+  bool MultiVideoTrackSupport = false;
+  bool MultiAudioTrackSupport = false;
+  bool MultiSubtitleTrackSupport = false;
+  float TimeStartPoint = 0;
+  float TimeEndPoint = 0;
+  bool TimeStamp = false;
+  bool CopyTimeStamps = false;
+  int Strict = 0;
+  int x264QualityMode = 0;
+  std::string MetaData_Title, MetaData_Author, MetaData_Copyright, MetaData_Comment;
+  int ImageQuality = 85;
+  bool ImageGrabber = false;
+  std::string ImageGrabberThumbMatrix = "3x5";
+  int ImageGrabberThumbSpacing = 8;
+  std::string ImageGrabberForeColor = "202020";
+  std::string ImageGrabberBackColor = "FFFFFF";
+  std::string ImageGrabberCommentString;
+  bool ImageGrabberShowTimeString = false;
+  int ImageGrabberMaxWidth = 0;
+  bool MencEnableSubtitle = false;
+  bool MencEnableSubtitleFormat = false;
+  std::string MencOverallSubtitle;
+  std::string MencSubtitleFontFileName;
+  int MencSubtitleFontSize = 0;
+  int MencSubtitleAlign = 0;
+
+  // AviSynth script settings.
+  bool AVSEnabled = false;
+  std::string AVSVSFilterPath;
+  bool AVSEnableSubtitle = false;
+  bool AVSEnableSubtitleFormat = false;
+  std::string AVSOverallSubtitle;
+  std::string AVSSubtitleFont = "Trebuchet MS, 20, False, False, 0, False, False, 400";
+  std::string AVSSubtitleColor = "FFFFFF";
+  std::string AVSSubtitleColorBorder = "000000";
+  int AVSSubtitleAlign = 2;
+  bool AVSSubtitleEnableTitle = false;
+  std::string AVSSubtitleStringTitle;
+  std::string AVSSubtitleFontTitle = "Trebuchet MS, 20, False, False, 0, False, False, 400";
+  std::string AVSSubtitleColorTitle = "FFFFFF";
+  int AVSSubtitleAlignTitle = 5;
+  std::string AVSSubtitleTimeStartTitle = "00:00:00,000";
+  std::string AVSSubtitleTimeEndTitle = "00:00:15,000";
+  bool AVSSubtitleEnableLogo = false;
+  std::string AVSSubtitleStringLogo;
+  std::string AVSSubtitleFontLogo = "Trebuchet MS, 18, False, False, 0, False, False, 400";
+  std::string AVSSubtitleColorLogo = "FFFFFF";
+  int AVSSubtitleAlignLogo = 9;
+  std::string AVSSubtitleTimeStartLogo = "00:00:05,000";
+  std::string AVSSubtitleTimeEndLogo = "00:00:20,000";
+  bool AVSSubtitleEnableBanner = false;
+  std::string AVSSubtitleStringBanner;
+  std::string AVSSubtitleFontBanner = "Trebuchet MS, 20, False, False, 0, False, False, 400";
+  std::string AVSSubtitleColorBanner = "FFFFFF";
+  std::string AVSSubtitleTimeStartBanner = "00:00:00,000";
+  std::string AVSSubtitleTimeEndBanner = "00:00:30,000";
+  bool AVSAudioReplace = false;
+  std::string AVSAudioReplaceFileName;
+  int AVSAudioReplaceVolume = 0;
+  bool AVSLayOver = false;
+  std::string AVSLayOverRect = "0,0,0,0";
+  std::string AVSLayOverColor = "0";
+  std::string AVSScreenCrop = "0,0,-0,-0";
+  bool AVSInsertVideo = false;
+  std::string AVSInsertVideoFileName;
+  int AVSInsertVideoPosition = 0;
+  bool AVSInsertImage = false;
+  std::string AVSInsertImageFileName;
+  int AVSInsertImagePosition = 0;
+  int AVSInsertImageTime = 0;
+  bool AVSLogoImage = false;
+  std::string AVSLogoImageFileName;
+  std::string AVSLogoImagePosition = "0x0";
+  int AVSVideoRotate = 0;
+  int AVSFlip = 0;
+  std::string AVSUserScript;
+
+  // ---- The control's stored form ----
+  void WriteProperties(PropertyBag& bag) const;
+  // Keys missing from the bag take their load defaults.
+  void ReadProperties(const PropertyBag& bag);
+  // The same form as "Key=Value" lines in a file, replaced atomically.
+  bool SaveStoredForm(const std::string& path) const;
+  bool LoadStoredForm(const std::string& path);
+
+  // ---- Time notations and file helpers, one set of rules for every host ----
+  static std::string MSecsToTime(double& ms, int16_t& notation) { return zel::MSecsToTime(ms, notation); }
+  static double TimeToMSecs(std::string& time, std::string& separator) { return zel::TimeToMSecs(time, separator); }
+  static double TimeToSec(std::string& time, bool& withFraction, std::string& separator) {
+    return zel::TimeToSec(time, withFraction, separator);
+  }
+  static bool FileExists(std::string_view path) { return zel::FileExists(path); }
+  static bool DirectoryExists(std::string_view path) { return zel::DirectoryExists(path); }
+  static bool DirExists(std::string_view path) { return zel::DirectoryExists(path); }
+  static bool MakedPath(std::string_view path) { return zel::MakedPath(path); }
+  static std::string ReadText(std::string_view path) { return zel::ReadText(path); }
+  static bool WriteText(std::string_view text, std::string_view path, bool append) {
+    return zel::WriteText(text, path, append);
+  }
+  static std::string CreateTempFile(std::string_view prefix, std::string_view folder) {
+    return zel::CreateTempFile(prefix, folder);
+  }
+  static std::string cPath(std::string_view path) { return zel::cPath(path); }
+  static std::string GetFileString(std::string_view text, std::string_view delimiter, int mode) {
+    return zel::GetFileString(text, delimiter, mode);
+  }
+  static std::string GetString(std::string_view text, std::string_view startMark, std::string_view endMark) {
+    return zel::GetString(text, startMark, endMark);
+  }
+  static std::string FindTextBetween(std::string_view text, std::string_view startMark, std::string_view endMark,
+                                     int startCount, int endCount) {
+    return zel::FindTextBetween(text, startMark, endMark, startCount, endCount);
+  }
+  // Honours Overwrite.
+  std::string RenameExists(std::string_view path) const { return zel::RenameExists(path, Overwrite); }
+
+  // Turns one block of tool output into progress and status. Runs inside the read
+  // loop; public so that recorded tool text can be replayed through it.
+  void ParseToolOutput(const std::string& block);
+
+  // Where the tool log goes: beside the tool, or under the user's state folder
+  // when the tool's folder cannot be written.
+  std::string ToolLogPath() const;
+
+ private:
+  friend struct FFmpegXStoredFormAccess;
+
+  // Supervision of one run (FFmpegXSupervision.cpp).
+  void RunCommand(const std::string& commandLine);
+  std::string CaptureOutput(std::string_view arguments);
+  void ReadLoop();
+  void GiveVerdict();
+  void RepairSplitOutput();
+  void AppendToolLog(const std::string& block);
+  void CheckChildPriority();
+  void ParseFFmpegProgress(const std::string& line);
+  void ParseMEncoderProgress(const std::string& line);
+  void Pump();
+  void StartTimer();
+  void StopTimer();
+  void TimerTick();
+
+  // The job (FFmpegX.cpp).
+  void ReadCoreLists();
+  void RunPass(int pass);
+  std::string BuildCommand(int pass);
+  std::string OutputPathFor(std::string_view extension) const;
+  std::string FirstSource() const;
+  bool Fail(std::string_view message);
+  void Report(int status, std::string_view info);
+  void RaiseStatusChange(int status, std::string_view info);
+  void RaiseProgress(bool finished);
+  void DeleteScratchFiles() const;
+
+  // Work that arrives with image conversion, media probing and frame grabbing.
+  std::string ProbeSource(const std::string& source);
+  void ConvertImageJob();
+  void GrabFrameJob();
+  void BuildThumbnailSheet();
+  void WritePspSidecar();
+
+  std::string core_;
+  int coreStatus_ = 0;
+  std::string coreName_, coreVersion_;
+  std::string coreFormats_, coreVideoCodec_, coreAudioCodec_, coreSubtitleCodec_;
+  ToolDialect coreDialect_ = ToolDialect::Legacy;
+
+  bool processing_ = false;
+  int status_ = 0;
+  float value_ = 0;
+  float max_ = 0;
+  std::string remainderInfo_, outputInfo_;
+  std::string twoPassStatus_;
+  std::string startTime_, endTime_;
+  std::string outputFileName_;
+
+  float duration_ = 0;
+  int videoWidth_ = 0, videoHeight_ = 0;
+  std::string sourceFormat_, sourceSuffix_, fileInfo_, streamInfo_;
+  std::string videoStreamInfo_, audioStreamInfo_, subtitleStreamInfo_;
+  std::string defaultVideoStream_, defaultAudioStream_, defaultSubtitleStream_;
+  int videoStreamCount_ = 0, audioStreamCount_ = 0, subtitleStreamCount_ = 0;
+
+  std::string sourceVideoCodec_, targetVideoCodec_;
+  std::string sourceAudioCodec_, targetAudioCodec_;
+  int sourceAudioSampleRate_ = 0, targetAudioSampleRate_ = 0;
+  int sourceAudioChannels_ = 0, targetAudioChannels_ = 0;
+  float sourceFrameRate_ = 0, targetFrameRate_ = 0;
+
+  std::string subtitleCodec_, forceFormat_, videoSize_, imageSize_;
+  std::string additionalScripts_, additionalPass1Scripts_;
+  std::string outputDir_;
+  std::string filename_;
+  int priority_ = 64;
+  int statusRefreshInterval_ = 500;
+
+  // Hidden state of a job.
+  std::string scratchFile_;      // made once, removed with the object
+  std::string sourceInUse_;      // the first source, or the generated script
+  std::string toolInput_;        // what the tool reads after "-i"
+  bool cancelRequested_ = false;
+  int speedFps_ = 0;
+  std::string lastBlock_;
+  int lastCallResult_ = 0;
+  int suspendCount_ = 0;
+  std::unique_ptr<ChildProcess> child_;
+
+  // The refresh timer, delivered only inside a pump.
+  bool timerRunning_ = false;
+  std::chrono::steady_clock::time_point nextTick_{};
+  bool inTick_ = false;
+  bool inPump_ = false;
+};
+
+}  // namespace zel

@@ -1,0 +1,158 @@
+#include "subtitles/FileHelpers.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "subtitles/TextHelpers.h"
+
+namespace zel {
+
+namespace {
+
+bool Stat(std::string_view path, struct stat& st) {
+  if (path.empty()) return false;
+  return ::stat(std::string(path).c_str(), &st) == 0;
+}
+
+bool WriteAll(int fd, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t n = ::write(fd, bytes.data(), bytes.size());
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      return false;
+    }
+    bytes.remove_prefix(static_cast<size_t>(n));
+  }
+  return true;
+}
+
+}  // namespace
+
+bool FileExists(std::string_view path) {
+  struct stat st {};
+  return Stat(path, st) && !S_ISDIR(st.st_mode);
+}
+
+bool DirectoryExists(std::string_view path) {
+  struct stat st {};
+  return Stat(path, st) && S_ISDIR(st.st_mode);
+}
+
+bool MakedPath(std::string_view path) {
+  if (path.empty()) return false;
+  std::string partial;
+  for (size_t i = 0; i <= path.size(); ++i) {
+    if (i == path.size() || (path[i] == '/' && i > 0)) {
+      partial.assign(path.substr(0, i));
+      if (!DirectoryExists(partial) && ::mkdir(partial.c_str(), 0777) != 0 && errno != EEXIST) return false;
+    }
+  }
+  return DirectoryExists(path);
+}
+
+int64_t FileSize(std::string_view path) {
+  struct stat st {};
+  return Stat(path, st) ? static_cast<int64_t>(st.st_size) : 0;
+}
+
+std::string SizeText(int64_t bytes) {
+  const double value = static_cast<double>(bytes);
+  if (bytes < 1024) return std::to_string(bytes) + "B";
+  if (bytes < 1048576) return FormatFixed2(value / 1024) + "KB";
+  if (bytes < 1073741824) return FormatFixed2(value / 1024 / 1024) + "MB";
+  return FormatFixed2(value / 1024 / 1024 / 1024) + "GB";
+}
+
+std::string ReadText(std::string_view path) {
+  if (path.empty()) return {};
+  const int fd = ::open(std::string(path).c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) return {};
+  std::string text;
+  char buffer[65536];
+  for (;;) {
+    const ssize_t n = ::read(fd, buffer, sizeof buffer);
+    if (n < 0 && errno == EINTR) continue;
+    if (n <= 0) break;
+    text.append(buffer, static_cast<size_t>(n));
+  }
+  ::close(fd);
+  return text;
+}
+
+bool WriteFileAtomic(std::string_view path, std::string_view bytes) {
+  if (path.empty()) return false;
+  std::string temp = std::string(path) + ".XXXXXX";
+  const int fd = ::mkstemp(temp.data());
+  if (fd < 0) return false;
+  // mkstemp makes the file private; a replaced file keeps the usual permissions.
+  const mode_t mask = ::umask(0);
+  ::umask(mask);
+  ::fchmod(fd, 0666 & ~mask);
+  const bool ok = WriteAll(fd, bytes) && ::fsync(fd) == 0;
+  ::close(fd);
+  if (!ok || ::rename(temp.c_str(), std::string(path).c_str()) != 0) {
+    ::unlink(temp.c_str());
+    return false;
+  }
+  return true;
+}
+
+bool WriteText(std::string_view text, std::string_view path, bool append) {
+  std::string content(text);
+  content += '\n';
+  if (!append) return WriteFileAtomic(path, content);
+  if (path.empty()) return false;
+  const int fd = ::open(std::string(path).c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
+  if (fd < 0) return false;
+  const bool ok = WriteAll(fd, content);
+  ::close(fd);
+  return ok;
+}
+
+std::string TempDirectory() {
+  const char* dir = std::getenv("TMPDIR");
+  if (dir != nullptr && *dir != '\0' && DirectoryExists(dir)) return dir;
+  return "/tmp";
+}
+
+std::string CreateTempFile(std::string_view prefix, std::string_view folder) {
+  std::string path = cPath(folder.empty() ? std::string_view(TempDirectory()) : folder);
+  path.append(prefix).append("XXXXXX");
+  const int fd = ::mkstemp(path.data());
+  if (fd < 0) return {};
+  ::close(fd);
+  return path;
+}
+
+std::string cPath(std::string_view path) {
+  std::string result(path);
+  if (!result.empty() && result.back() != '/') result += '/';
+  return result;
+}
+
+std::string RenameExists(std::string_view path, bool overwrite) {
+  if (overwrite || (!FileExists(path) && !DirectoryExists(path))) return std::string(path);
+  const size_t slash = path.rfind('/');
+  const size_t dot = path.rfind('.');
+  const bool hasExtension = dot != std::string_view::npos && (slash == std::string_view::npos || dot > slash);
+  const std::string_view stem = hasExtension ? path.substr(0, dot) : path;
+  const std::string_view extension = hasExtension ? path.substr(dot) : std::string_view();
+  for (int n = 1; n <= 99999; ++n) {
+    std::string candidate = std::string(stem) + "(" + std::to_string(n) + ")" + std::string(extension);
+    if (!FileExists(candidate) && !DirectoryExists(candidate)) return candidate;
+  }
+  return {};
+}
+
+bool DeleteFile(std::string_view path) {
+  return !path.empty() && ::unlink(std::string(path).c_str()) == 0;
+}
+
+}  // namespace zel

@@ -1,0 +1,45 @@
+// File-system helpers with one set of rules for every part of the program: errors
+// are swallowed and give an empty or false result, and replacing writes are atomic.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace zel {
+
+// True for an existing entry that is not a folder; the empty path is false.
+bool FileExists(std::string_view path);
+bool DirectoryExists(std::string_view path);
+// Makes a folder and its missing parents.
+bool MakedPath(std::string_view path);
+
+// Size in bytes, 64-bit; 0 for a file that cannot be found.
+int64_t FileSize(std::string_view path);
+// "512B", "1.50KB", "3.00MB", "1.20GB".
+std::string SizeText(int64_t bytes);
+
+// The whole file, or "" when it cannot be read.
+std::string ReadText(std::string_view path);
+// Writes the text and a line end. Without `append` the file is replaced atomically
+// (temporary file beside it, then rename), so a reader never sees half of it.
+bool WriteText(std::string_view text, std::string_view path, bool append);
+// Replaces a file's content atomically with exactly these bytes.
+bool WriteFileAtomic(std::string_view path, std::string_view bytes);
+
+// Makes a new empty file named prefix + random part in `folder` (the temporary
+// folder when empty) and returns its path, or "" on failure.
+std::string CreateTempFile(std::string_view prefix, std::string_view folder);
+// $TMPDIR, or /tmp.
+std::string TempDirectory();
+
+// The path with a final "/" added when missing; "" stays "".
+std::string cPath(std::string_view path);
+
+// `path` itself when `overwrite` is set or nothing is there; otherwise the first
+// free "stem(n).ext" for n from 1 to 99999, or "" when all are taken.
+std::string RenameExists(std::string_view path, bool overwrite);
+
+bool DeleteFile(std::string_view path);
+
+}  // namespace zel

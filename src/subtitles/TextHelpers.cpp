@@ -1,0 +1,209 @@
+#include "subtitles/TextHelpers.h"
+
+#include <algorithm>
+#include <cctype>
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+#include <limits>
+
+namespace zel {
+
+namespace {
+
+bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+bool IsBlank(char c) { return c == ' ' || c == '\t'; }
+char LowerChar(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c; }
+char UpperChar(char c) { return (c >= 'a' && c <= 'z') ? static_cast<char>(c - 'a' + 'A') : c; }
+
+// Length of the number at the start of `text` (no blanks), 0 when there is none.
+size_t NumberLength(std::string_view text) {
+  size_t i = 0;
+  if (i < text.size() && (text[i] == '+' || text[i] == '-')) ++i;
+  size_t digits = 0;
+  while (i < text.size() && IsDigit(text[i])) { ++i; ++digits; }
+  if (i < text.size() && text[i] == '.') {
+    ++i;
+    while (i < text.size() && IsDigit(text[i])) { ++i; ++digits; }
+  }
+  if (digits == 0) return 0;
+  if (i < text.size() && (text[i] == 'e' || text[i] == 'E')) {
+    size_t j = i + 1;
+    if (j < text.size() && (text[j] == '+' || text[j] == '-')) ++j;
+    size_t expDigits = 0;
+    while (j < text.size() && IsDigit(text[j])) { ++j; ++expDigits; }
+    if (expDigits > 0) i = j;
+  }
+  return i;
+}
+
+double ParseNumber(std::string_view text) {
+  // from_chars rejects a leading '+'.
+  if (!text.empty() && text.front() == '+') text.remove_prefix(1);
+  double value = 0;
+  auto [ptr, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
+  (void)ptr;
+  if (ec == std::errc::result_out_of_range) {
+    return (!text.empty() && text.front() == '-') ? -std::numeric_limits<double>::infinity()
+                                                   : std::numeric_limits<double>::infinity();
+  }
+  return ec == std::errc() ? value : 0.0;
+}
+
+}  // namespace
+
+double Val(std::string_view text) {
+  size_t start = 0;
+  while (start < text.size() && (IsBlank(text[start]) || text[start] == '\r' || text[start] == '\n')) ++start;
+  text.remove_prefix(start);
+  const size_t length = NumberLength(text);
+  return length == 0 ? 0.0 : ParseNumber(text.substr(0, length));
+}
+
+bool IsNumeric(std::string_view text) {
+  return !text.empty() && NumberLength(text) == text.size();
+}
+
+bool RoundToInt32(double value, int32_t& out) {
+  if (!std::isfinite(value)) return false;
+  const double rounded = std::nearbyint(value);  // the default mode sends ties to even
+  if (rounded < static_cast<double>(std::numeric_limits<int32_t>::min()) ||
+      rounded > static_cast<double>(std::numeric_limits<int32_t>::max())) {
+    return false;
+  }
+  out = static_cast<int32_t>(rounded);
+  return true;
+}
+
+int32_t RoundedOrZero(double value) {
+  int32_t result = 0;
+  RoundToInt32(value, result);
+  return result;
+}
+
+std::string Trim(std::string_view text) {
+  size_t begin = 0, end = text.size();
+  while (begin < end && IsBlank(text[begin])) ++begin;
+  while (end > begin && IsBlank(text[end - 1])) --end;
+  return std::string(text.substr(begin, end - begin));
+}
+
+std::string LowerAscii(std::string_view text) {
+  std::string result(text);
+  for (char& c : result) c = LowerChar(c);
+  return result;
+}
+
+std::string UpperAscii(std::string_view text) {
+  std::string result(text);
+  for (char& c : result) c = UpperChar(c);
+  return result;
+}
+
+bool StartsWith(std::string_view text, std::string_view prefix) { return text.starts_with(prefix); }
+bool EndsWith(std::string_view text, std::string_view suffix) { return text.ends_with(suffix); }
+bool Contains(std::string_view text, std::string_view mark) { return text.find(mark) != std::string_view::npos; }
+
+size_t FindNoCase(std::string_view text, std::string_view mark, size_t from) {
+  if (mark.empty()) return from <= text.size() ? from : std::string_view::npos;
+  if (mark.size() > text.size()) return std::string_view::npos;
+  for (size_t i = from; i + mark.size() <= text.size(); ++i) {
+    size_t k = 0;
+    while (k < mark.size() && LowerChar(text[i + k]) == LowerChar(mark[k])) ++k;
+    if (k == mark.size()) return i;
+  }
+  return std::string_view::npos;
+}
+
+std::string ReplaceAll(std::string_view text, std::string_view find, std::string_view with) {
+  if (find.empty()) return std::string(text);
+  std::string result;
+  size_t pos = 0;
+  for (size_t hit; (hit = text.find(find, pos)) != std::string_view::npos; pos = hit + find.size()) {
+    result.append(text.substr(pos, hit - pos)).append(with);
+  }
+  return result.append(text.substr(pos));
+}
+
+std::string ReplaceAllNoCase(std::string_view text, std::string_view find, std::string_view with) {
+  if (find.empty()) return std::string(text);
+  std::string result;
+  size_t pos = 0;
+  for (size_t hit; (hit = FindNoCase(text, find, pos)) != std::string_view::npos; pos = hit + find.size()) {
+    result.append(text.substr(pos, hit - pos)).append(with);
+  }
+  return result.append(text.substr(pos));
+}
+
+std::vector<std::string> Split(std::string_view text, std::string_view delimiter) {
+  std::vector<std::string> parts;
+  if (text.empty()) return parts;
+  if (delimiter.empty()) {
+    parts.emplace_back(text);
+    return parts;
+  }
+  size_t pos = 0;
+  for (size_t hit; (hit = text.find(delimiter, pos)) != std::string_view::npos; pos = hit + delimiter.size()) {
+    parts.emplace_back(text.substr(pos, hit - pos));
+  }
+  parts.emplace_back(text.substr(pos));
+  return parts;
+}
+
+std::string FormatFixed2(double value) {
+  char buffer[64];
+  std::snprintf(buffer, sizeof buffer, "%.2f", value);
+  return buffer;
+}
+
+std::string FormatNumber(double value) {
+  char buffer[64];
+  auto [ptr, ec] = std::to_chars(buffer, buffer + sizeof buffer, value);
+  return ec == std::errc() ? std::string(buffer, ptr) : std::string("0");
+}
+
+std::string FormatNumber(float value) {
+  char buffer[64];
+  auto [ptr, ec] = std::to_chars(buffer, buffer + sizeof buffer, value);
+  return ec == std::errc() ? std::string(buffer, ptr) : std::string("0");
+}
+
+std::string GetString(std::string_view text, std::string_view startMark, std::string_view endMark) {
+  return FindTextBetween(text, startMark, endMark, 1, 1);
+}
+
+std::string FindTextBetween(std::string_view text, std::string_view startMark, std::string_view endMark,
+                            int startCount, int /*endCount: the first end mark always closes*/) {
+  size_t begin = 0;
+  if (!startMark.empty()) {
+    size_t hit = std::string_view::npos;
+    size_t from = 0;
+    for (int n = 0; n < std::max(startCount, 1); ++n) {
+      hit = FindNoCase(text, startMark, from);
+      if (hit == std::string_view::npos) return {};
+      from = hit + startMark.size();
+    }
+    begin = hit + startMark.size();
+  }
+  size_t end = text.size();
+  if (!endMark.empty()) {
+    end = text.find(endMark, begin);
+    if (end == std::string_view::npos) return {};
+  }
+  return Trim(text.substr(begin, end - begin));
+}
+
+std::string GetFileString(std::string_view text, std::string_view delimiter, int mode) {
+  if (text.ends_with(':')) return std::string(text.substr(0, text.size() - 1));
+  const size_t last = delimiter.empty() ? std::string_view::npos : text.rfind(delimiter);
+  if (mode == 1) return std::string(last == std::string_view::npos ? text : text.substr(last + delimiter.size()));
+  if (mode == 0 && delimiter == ".") {
+    const size_t slash = text.rfind('/');
+    const size_t nameStart = slash == std::string_view::npos ? 0 : slash + 1;
+    if (last == std::string_view::npos || last < nameStart) return std::string(text.substr(nameStart));
+    return std::string(text.substr(nameStart, last - nameStart));
+  }
+  return std::string(last == std::string_view::npos ? text : text.substr(0, last));
+}
+
+}  // namespace zel

@@ -1,0 +1,64 @@
+// Text primitives with the leniency the whole system relies on: numbers that fail to
+// parse are 0, marks that are missing give empty text, ASCII case-blind matching.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace zel {
+
+// Reads the leading number of a text (blanks skipped, sign, digits, one point,
+// exponent); anything else gives 0, so "5vbr" reads 5.
+double Val(std::string_view text);
+
+// Whether the whole text is a plain decimal number (sign, digits, point, exponent).
+bool IsNumeric(std::string_view text);
+
+// Rounds to the nearest 32-bit integer, a tie going to the even one. False when
+// the value does not fit: the caller then leaves its variable as it was.
+bool RoundToInt32(double value, int32_t& out);
+
+// Rounded value, or 0 when it does not fit.
+int32_t RoundedOrZero(double value);
+
+std::string Trim(std::string_view text);
+std::string LowerAscii(std::string_view text);
+std::string UpperAscii(std::string_view text);
+
+bool StartsWith(std::string_view text, std::string_view prefix);
+bool EndsWith(std::string_view text, std::string_view suffix);
+bool Contains(std::string_view text, std::string_view mark);
+
+// Position of `mark` at or after `from`, ignoring ASCII case; npos when absent.
+size_t FindNoCase(std::string_view text, std::string_view mark, size_t from = 0);
+
+std::string ReplaceAll(std::string_view text, std::string_view find, std::string_view with);
+std::string ReplaceAllNoCase(std::string_view text, std::string_view find, std::string_view with);
+
+// Splits at every delimiter; an empty delimiter gives the whole text as one part,
+// an empty text gives no parts.
+std::vector<std::string> Split(std::string_view text, std::string_view delimiter);
+
+// A number with two decimals, as the format "#0.00" prints it.
+std::string FormatFixed2(double value);
+
+// Shortest round-trip text of a number ("12.5", "4", "3723.45").
+std::string FormatNumber(double value);
+std::string FormatNumber(float value);
+
+// The trimmed text between the first `startMark` (case-blind) and the first
+// `endMark` after it (exact case). Empty marks mean the beginning or the end; a
+// missing mark gives "".
+std::string GetString(std::string_view text, std::string_view startMark, std::string_view endMark);
+
+// As GetString, but from the `startCount`-th occurrence of `startMark`.
+std::string FindTextBetween(std::string_view text, std::string_view startMark, std::string_view endMark,
+                            int startCount, int endCount);
+
+// Mode 1: after the last delimiter; mode 2: before it; mode 0 with "." the base
+// name of a path. A text ending in ":" (a drive) gives the text less that colon.
+std::string GetFileString(std::string_view text, std::string_view delimiter, int mode);
+
+}  // namespace zel

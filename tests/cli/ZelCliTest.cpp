@@ -1,0 +1,127 @@
+// zel-cli driven as a user's script would drive it.
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+
+#include <filesystem>
+
+#include "engine/ChildProcess.h"
+#include "engine/CommandLine.h"
+#include "subtitles/FileHelpers.h"
+#include "subtitles/TextHelpers.h"
+#include "support/TestSupport.h"
+
+namespace zel {
+namespace {
+
+using test::RunCli;
+using test::TempDir;
+
+TEST(ZelCliTime, NotationsFromOutside) {
+  EXPECT_EQ(RunCli({"time", "01:02:03.45", "--sep", "."}).output, "msecs: 3723045\nsecs: 3723.45\n");
+  EXPECT_EQ(RunCli({"time", "1:23"}).output, "msecs: 4980000\nsecs: 4980\n");
+  EXPECT_EQ(RunCli({"time", "abc"}).output, "msecs: 0\nsecs: 0\n");
+  EXPECT_EQ(RunCli({"mstime", "3723456", "98"}).output, "01:02:03.456\n");
+  EXPECT_EQ(RunCli({"mstime", "-1", "0"}).output, "00:00:00,000\n");
+  EXPECT_EQ(RunCli({"mstime", "3723999", "2"}).output, "62:03.99\n");
+  EXPECT_EQ(RunCli({"time"}).exitCode, 2);
+  EXPECT_EQ(RunCli({"no-such-verb"}).exitCode, 2);
+}
+
+TEST(ZelCliIdentify, RealToolsAreRecognised) {
+  const auto ffmpeg = RunCli({"identify", "ffmpeg"});
+  ASSERT_EQ(ffmpeg.exitCode, 0) << ffmpeg.output;
+  const std::vector<std::string> lines = test::ReadLines(ffmpeg.output);
+  ASSERT_EQ(lines.size(), 8u);
+  EXPECT_EQ(lines[0], "CoreStatus: 1");
+  EXPECT_EQ(lines[1], "CoreName: FFmpeg");
+  EXPECT_EQ(lines[3], "CoreDialect: today");
+  EXPECT_NE(lines[4].find("|MP4|"), std::string::npos);
+  EXPECT_NE(lines[5].find("|LIBX264|"), std::string::npos);
+  EXPECT_NE(lines[6].find("|LIBMP3LAME"), std::string::npos);
+
+  EXPECT_NE(RunCli({"identify", "mencoder"}).output.find("CoreStatus: 2\nCoreName: MEncoder\n"), std::string::npos);
+  EXPECT_NE(RunCli({"identify", "mkvmerge"}).output.find("CoreStatus: 5\nCoreName: mkvmerge\n"), std::string::npos);
+  const auto missing = RunCli({"identify", "/no/such/tool"});
+  EXPECT_EQ(missing.exitCode, 1);
+  EXPECT_NE(missing.output.find("CoreStatus: 0\n"), std::string::npos);
+}
+
+TEST(ZelCliExec, ConvertsAGeneratedClip) {
+  TempDir dir;
+  const std::string clip = dir / "clip.mp4";
+  test::MakeClip(clip, 2);
+  const std::string out = dir / "clip out.avi";
+  const std::string line = QuoteArgument(test::ToolPath("ffmpeg")) + " -nostdin -y -i " + QuoteArgument(clip) +
+                           " -c:v mpeg4 -c:a libmp3lame " + QuoteArgument(out);
+  const auto run = RunCli({"exec", line});
+  ASSERT_EQ(run.exitCode, 0) << run.output;
+  const auto lines = test::ReadLines(run.output);
+  ASSERT_GE(lines.size(), 3u);
+  EXPECT_EQ(lines.front(), "status 0 Starting ");
+  EXPECT_EQ(lines[1], "status 1 Processing ");
+  EXPECT_EQ(lines[lines.size() - 2], "status 2 Complete ");
+  EXPECT_EQ(lines.back(), "progress 0 0 0 ");
+  EXPECT_EQ(test::ProbeCodec(out, "v"), "mpeg4");
+  EXPECT_EQ(test::ProbeCodec(out, "a"), "mp3");
+
+  // Judged by its output, a failed conversion is an error.
+  const auto failed = RunCli({"exec", "--output", dir / "never.avi",
+                              QuoteArgument(test::ToolPath("ffmpeg")) + " -nostdin -i " +
+                                  QuoteArgument(dir / "missing.mp4") + " " + QuoteArgument(dir / "never.avi")});
+  EXPECT_EQ(failed.exitCode, 1);
+  EXPECT_NE(failed.output.find("status 3 Error 无法正确创建文件"), std::string::npos) << failed.output;
+}
+
+TEST(ZelCliExec, HostileFileNamesNeverReachAShell) {
+  TempDir dir;
+  const std::string names[] = {"with blank", "quo\"te", "$(touch pwned)", "-leading", "中文 视频", "semi;colon|&`id`",
+                               "back\\slash\\"};
+  const std::string seed = dir / "seed.mp4";
+  test::MakeClip(seed, 1);
+  for (const std::string& name : names) {
+    const std::string in = dir / (name + ".mp4");
+    const std::string out = dir / (name + " out.mkv");
+    std::filesystem::copy_file(seed, in);
+    const std::string line = QuoteArgument(test::ToolPath("ffmpeg")) + " -nostdin -y -i " + QuoteArgument(in) +
+                             " -c copy " + QuoteArgument(out);
+    const auto run = RunCli({"exec", "--output", out, line});
+    EXPECT_EQ(run.exitCode, 0) << name << "\n" << run.output;
+    EXPECT_NE(run.output.find("status 2 Complete " + out), std::string::npos) << name;
+    EXPECT_EQ(test::ProbeCodec(out, "v"), "mpeg4") << name;
+  }
+  EXPECT_FALSE(FileExists(dir / "pwned"));
+  EXPECT_FALSE(FileExists("pwned"));
+}
+
+TEST(ZelCliExec, InterruptCancelsAndRemovesThePartialOutput) {
+  TempDir dir;
+  const std::string out = dir / "long.mp4";
+  const std::string line = QuoteArgument(test::ToolPath("ffmpeg")) +
+                           " -nostdin -y -re -f lavfi -i testsrc=size=160x120:rate=25:duration=120 -c:v mpeg4 " +
+                           QuoteArgument(out);
+  ChildProcess cli;
+  LaunchPlan plan;
+  plan.stages.push_back({ZEL_CLI_PATH, "exec", "--output", out, line});
+  ASSERT_EQ(cli.Start(plan, std::nullopt), ChildProcess::StartResult::Started);
+  std::string text, block;
+  bool interrupted = false;
+  for (;;) {
+    const auto r = cli.Read(block, 4096, 1000);
+    if (r == ChildProcess::ReadResult::End) break;
+    text += block;
+    if (!interrupted && text.find("time=") != std::string::npos && FileExists(out)) {
+      interrupted = true;
+      ::kill(cli.Pid(), SIGINT);
+    }
+  }
+  const int status = cli.Wait();
+  ASSERT_TRUE(interrupted) << text;
+  EXPECT_TRUE(WIFEXITED(status));
+  EXPECT_EQ(WEXITSTATUS(status), 130);
+  EXPECT_NE(text.find("status 4 Canceled"), std::string::npos) << text;
+  EXPECT_FALSE(FileExists(out));
+}
+
+}  // namespace
+}  // namespace zel

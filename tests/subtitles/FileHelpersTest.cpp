@@ -1,0 +1,80 @@
+#include "subtitles/FileHelpers.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+
+#include "support/TestSupport.h"
+
+namespace zel {
+namespace {
+
+TEST(FileHelpers, ExistenceTellsFilesFromFolders) {
+  test::TempDir dir;
+  EXPECT_FALSE(FileExists(""));
+  EXPECT_FALSE(FileExists(dir.path()));
+  EXPECT_TRUE(DirectoryExists(dir.path()));
+  ASSERT_TRUE(WriteText("x", dir / "f.txt", false));
+  EXPECT_TRUE(FileExists(dir / "f.txt"));
+  EXPECT_FALSE(DirectoryExists(dir / "f.txt"));
+  EXPECT_TRUE(MakedPath(dir / "a/b/c"));
+  EXPECT_TRUE(DirectoryExists(dir / "a/b/c"));
+  EXPECT_FALSE(MakedPath(dir / "f.txt/sub"));
+}
+
+TEST(FileHelpers, WriteTextReplacesOrAppendsWithLineEnds) {
+  test::TempDir dir;
+  const std::string path = dir / "t.txt";
+  ASSERT_TRUE(WriteText("first", path, false));
+  ASSERT_TRUE(WriteText("second", path, true));
+  EXPECT_EQ(ReadText(path), "first\nsecond\n");
+  ASSERT_TRUE(WriteText("again", path, false));
+  EXPECT_EQ(ReadText(path), "again\n");
+  EXPECT_EQ(ReadText(dir / "missing"), "");
+  // The replacing write leaves no temporary file behind.
+  int entries = 0;
+  for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(dir.path())) ++entries;
+  EXPECT_EQ(entries, 1);
+  EXPECT_FALSE(WriteText("x", dir / "no/such/folder/t.txt", false));
+}
+
+TEST(FileHelpers, RenameExistsFindsTheFirstFreeName) {
+  test::TempDir dir;
+  const std::string path = dir / "clip.mp4";
+  EXPECT_EQ(RenameExists(path, false), path);
+  ASSERT_TRUE(WriteText("", path, false));
+  EXPECT_EQ(RenameExists(path, true), path);
+  EXPECT_EQ(RenameExists(path, false), dir / "clip(1).mp4");
+  ASSERT_TRUE(WriteText("", dir / "clip(1).mp4", false));
+  EXPECT_EQ(RenameExists(path, false), dir / "clip(2).mp4");
+  ASSERT_TRUE(WriteText("", dir / "noext", false));
+  EXPECT_EQ(RenameExists(dir / "noext", false), dir / "noext(1)");
+}
+
+TEST(FileHelpers, SizeTextAndPaths) {
+  EXPECT_EQ(SizeText(0), "0B");
+  EXPECT_EQ(SizeText(1023), "1023B");
+  EXPECT_EQ(SizeText(1024), "1.00KB");
+  EXPECT_EQ(SizeText(1536), "1.50KB");
+  EXPECT_EQ(SizeText(1048576), "1.00MB");
+  EXPECT_EQ(SizeText(5368709120LL), "5.00GB");  // beyond 4 GB stays right
+  EXPECT_EQ(cPath("/out"), "/out/");
+  EXPECT_EQ(cPath("/out/"), "/out/");
+  EXPECT_EQ(cPath(""), "");
+  EXPECT_EQ(FileSize("/no/such/file"), 0);
+}
+
+TEST(FileHelpers, TempFilesAreNewAndPrivateToTheirFolder) {
+  test::TempDir dir;
+  const std::string a = CreateTempFile("ZEL", dir.path());
+  const std::string b = CreateTempFile("ZEL", dir.path());
+  ASSERT_FALSE(a.empty());
+  EXPECT_NE(a, b);
+  EXPECT_EQ(a.rfind(dir.path() + "/ZEL", 0), 0u);
+  EXPECT_TRUE(FileExists(a));
+  EXPECT_EQ(CreateTempFile("ZEL", dir / "missing"), "");
+}
+
+}  // namespace
+}  // namespace zel

@@ -1,0 +1,70 @@
+#include "subtitles/TextHelpers.h"
+
+#include <gtest/gtest.h>
+
+namespace zel {
+namespace {
+
+TEST(TextHelpers, ValReadsTheLeadingNumberOnly) {
+  EXPECT_EQ(Val("5vbr"), 5);
+  EXPECT_EQ(Val("  12.5kB"), 12.5);
+  EXPECT_EQ(Val("-3"), -3);
+  EXPECT_EQ(Val("1e3x"), 1000);
+  EXPECT_EQ(Val("1e"), 1);
+  EXPECT_EQ(Val("abc"), 0);
+  EXPECT_EQ(Val(""), 0);
+  EXPECT_EQ(Val("."), 0);
+  EXPECT_EQ(Val("N/A"), 0);
+}
+
+TEST(TextHelpers, RoundingIsToEvenAndRefusesWhatDoesNotFit) {
+  int32_t v = 7;
+  EXPECT_TRUE(RoundToInt32(2.5, v));
+  EXPECT_EQ(v, 2);
+  EXPECT_TRUE(RoundToInt32(-2.5, v));
+  EXPECT_EQ(v, -2);
+  EXPECT_TRUE(RoundToInt32(2147483647.4, v));
+  EXPECT_EQ(v, 2147483647);
+  v = 7;
+  EXPECT_FALSE(RoundToInt32(2147483647.6, v));
+  EXPECT_FALSE(RoundToInt32(0.0 / 0.0, v));
+  EXPECT_EQ(v, 7);  // a refused value leaves the variable alone
+}
+
+TEST(TextHelpers, GetStringStartsCaseBlindAndEndsExact) {
+  EXPECT_EQ(GetString("frame= 100 FPS= 25 q=2.0", "fps=", "q="), "25");
+  EXPECT_EQ(GetString("a [b] c", "[", "]"), "b");
+  EXPECT_EQ(GetString("a [b] c", "", "]"), "a [b");
+  EXPECT_EQ(GetString("a [b] c", "[", ""), "b] c");
+  EXPECT_EQ(GetString("a [b] c", "{", "]"), "");
+  EXPECT_EQ(GetString("a [b c", "[", "]"), "");
+  EXPECT_EQ(GetString("x Q y q z", "x", "Q"), "");   // the end mark's case counts
+  EXPECT_EQ(GetString("x Q y q z", "x", "q"), "Q y");
+  EXPECT_EQ(FindTextBetween("<a>1</a><a>2</a><a>3</a>", "<a>", "</a>", 2, 1), "2");
+  EXPECT_EQ(FindTextBetween("<a>1</a>", "<a>", "</a>", 2, 1), "");
+}
+
+TEST(TextHelpers, GetFileStringModes) {
+  EXPECT_EQ(GetFileString("/v/clip.part.avi", ".", 1), "avi");
+  EXPECT_EQ(GetFileString("/v/clip.part.avi", ".", 2), "/v/clip.part");
+  EXPECT_EQ(GetFileString("/v/clip.part.avi", ".", 0), "clip.part");
+  EXPECT_EQ(GetFileString("/v.d/clip", ".", 0), "clip");  // the point of a folder is no extension
+  EXPECT_EQ(GetFileString("/v/clip.avi", "/", 1), "clip.avi");
+  EXPECT_EQ(GetFileString("/v/clip.avi", "/", 0), "/v");
+  EXPECT_EQ(GetFileString("clip", "/", 1), "clip");
+  EXPECT_EQ(GetFileString("D:", ".", 1), "D");           // a drive keeps its letter in every mode
+}
+
+TEST(TextHelpers, SplitReplaceAndCase) {
+  EXPECT_EQ(Split("a|b||c", "|"), (std::vector<std::string>{"a", "b", "", "c"}));
+  EXPECT_TRUE(Split("", "|").empty());
+  EXPECT_EQ(Split("abc", ""), (std::vector<std::string>{"abc"}));
+  EXPECT_EQ(ReplaceAllNoCase("#VideoWidth# x #videowidth#", "#VIDEOWIDTH#", "640"), "640 x 640");
+  EXPECT_EQ(ReplaceAll("aaa", "aa", "b"), "ba");
+  EXPECT_EQ(UpperAscii("libx264 中文"), "LIBX264 中文");
+  EXPECT_EQ(FormatFixed2(1.005), "1.00");
+  EXPECT_EQ(FormatNumber(29.97f), "29.97");
+}
+
+}  // namespace
+}  // namespace zel

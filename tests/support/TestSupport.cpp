@@ -1,0 +1,89 @@
+#include "support/TestSupport.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <filesystem>
+
+#include "engine/ChildProcess.h"
+#include "subtitles/FileHelpers.h"
+#include "subtitles/TextHelpers.h"
+
+namespace zel::test {
+
+TempDir::TempDir() {
+  std::string pattern = TempDirectory() + "/zel-test-XXXXXX";
+  if (::mkdtemp(pattern.data()) == nullptr) ADD_FAILURE() << "cannot make a temporary folder";
+  path_ = pattern;
+}
+
+TempDir::~TempDir() {
+  std::error_code ignored;
+  std::filesystem::remove_all(path_, ignored);
+}
+
+std::string WriteScript(const std::string& path, const std::string& body) {
+  EXPECT_TRUE(WriteFileAtomic(path, "#!/bin/bash\n" + body + "\n"));
+  ::chmod(path.c_str(), 0755);
+  return path;
+}
+
+RunResult Run(const std::vector<std::string>& argv) {
+  RunResult result;
+  ChildProcess child;
+  LaunchPlan plan;
+  plan.stages.push_back(argv);
+  if (child.Start(plan, std::nullopt) != ChildProcess::StartResult::Started) return result;
+  std::string block;
+  for (;;) {
+    const auto r = child.Read(block, 4096, 1000);
+    if (r == ChildProcess::ReadResult::End) break;
+    result.output += block;
+  }
+  const int status = child.Wait();
+  result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  return result;
+}
+
+RunResult RunCli(const std::vector<std::string>& args) {
+  std::vector<std::string> argv{ZEL_CLI_PATH};
+  argv.insert(argv.end(), args.begin(), args.end());
+  return Run(argv);
+}
+
+std::string ToolPath(const std::string& name) {
+  const char* path = std::getenv("PATH");
+  for (const std::string& folder : Split(path != nullptr ? path : "", ":")) {
+    const std::string candidate = folder + "/" + name;
+    if (FileExists(candidate)) return candidate;
+  }
+  ADD_FAILURE() << name << " is not installed; scripts/setup.sh installs it";
+  return name;
+}
+
+void MakeClip(const std::string& path, int seconds, const std::string& size) {
+  const std::string duration = std::to_string(seconds);
+  const RunResult r = Run({ToolPath("ffmpeg"), "-v", "error", "-nostdin", "-y", "-f", "lavfi", "-i",
+                           "testsrc=size=" + size + ":rate=25:duration=" + duration, "-f", "lavfi", "-i",
+                           "sine=frequency=440:duration=" + duration, "-shortest", "-pix_fmt", "yuv420p",
+                           "-c:v", "mpeg4", "-c:a", "aac", path});
+  ASSERT_EQ(r.exitCode, 0) << r.output;
+}
+
+std::string ProbeCodec(const std::string& path, const std::string& kind) {
+  const RunResult r = Run({ToolPath("ffprobe"), "-v", "error", "-select_streams", kind + ":0", "-show_entries",
+                           "stream=codec_name", "-of", "default=noprint_wrappers=1:nokey=1", path});
+  return Trim(ReplaceAll(r.output, "\n", ""));
+}
+
+std::vector<std::string> ReadLines(const std::string& text) {
+  std::vector<std::string> lines;
+  for (std::string& line : Split(text, "\n")) {
+    if (!line.empty()) lines.push_back(std::move(line));
+  }
+  return lines;
+}
+
+}  // namespace zel::test
