@@ -20,6 +20,10 @@ void InstallInterruptHandlers() {
   sigemptyset(&action.sa_mask);
   sigaction(SIGINT, &action, nullptr);
   sigaction(SIGTERM, &action, nullptr);
+  sigaction(SIGHUP, &action, nullptr);
+  // A reader that goes away must not kill us before the tool is ended and its
+  // partial output cleaned up.
+  std::signal(SIGPIPE, SIG_IGN);
 }
 
 const char* DialectWord(ToolDialect dialect) { return dialect == ToolDialect::Today ? "today" : "legacy"; }

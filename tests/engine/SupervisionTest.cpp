@@ -282,6 +282,25 @@ TEST_F(SupervisionTest, RefreshTimerReportsRemainingTime) {
   EXPECT_TRUE(progress.back().finished);
 }
 
+TEST_F(SupervisionTest, ATickWithoutProgressStillReportsAndKeepsTheRemainingTime) {
+  const std::string tool = test::WriteScript(dir / "stall",
+                                             "head -c 2048 /dev/zero > \"$1\"\n"
+                                             "echo '  Duration: 00:00:10.00, start: 0.000000, bitrate: 1 kb/s'\n"
+                                             "sleep 0.12; printf 'frame= 50 fps= 25 q=2.0 size= 1kB time=00:00:02.00 bitrate=1\\r'\n"
+                                             "sleep 0.12; printf 'frame= 55 fps= 5 q=2.0 size= 1kB time=N/A bitrate=1\\r'\n"
+                                             "sleep 0.12; printf 'frame= 60 fps= 5 q=2.0 size= 1kB time=N/A bitrate=1\\r'\n"
+                                             "sleep 0.12; echo done");
+  engine.SetStatusRefreshInterval(50);
+  RunJob(tool);
+  const auto moving = std::find_if(progress.begin(), progress.end(), [](const Progress& p) { return p.value == 2; });
+  ASSERT_NE(moving, progress.end()) << pipe;
+  ASSERT_FALSE(moving->remainder.empty());
+  const auto stalled = std::find_if(moving, progress.end(), [](const Progress& p) { return p.fps == 5; });
+  ASSERT_NE(stalled, progress.end());
+  EXPECT_EQ(stalled->value, 0);
+  EXPECT_EQ(stalled->remainder, moving->remainder);  // the failed division changed nothing
+}
+
 TEST_F(SupervisionTest, ToolLogNamesTheBlocksBesideTheTool) {
   const std::string core = test::WriteScript(dir / "fakeffmpeg",
                                              "if [ $# -eq 0 ]; then echo 'FFmpeg version 0.5-fake, Copyright'; exit 1; fi\n"

@@ -1,0 +1,106 @@
+// Measures of the engine: the parsing of tool text, and the cost of running a
+// conversion through the engine against running the same ffmpeg command directly.
+#include <benchmark/benchmark.h>
+#include <sys/wait.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+
+#include "engine/ChildProcess.h"
+#include "engine/CommandLine.h"
+#include "engine/FFmpegX.h"
+
+namespace {
+
+using zel::ChildProcess;
+using zel::LaunchPlan;
+
+// Recorded console text of a real ffmpeg conversion, in the engine's 256-byte blocks.
+std::vector<std::string> RecordedBlocks() {
+  const std::string text = zel::ReadText(std::string(ZEL_BENCH_DATA) + "/ffmpeg-5.1-run.txt");
+  std::vector<std::string> blocks;
+  for (size_t at = 0; at < text.size(); at += 256) blocks.push_back(text.substr(at, 256));
+  return blocks;
+}
+
+void BM_ParseToolOutput(benchmark::State& state) {
+  const std::vector<std::string> blocks = RecordedBlocks();
+  if (blocks.empty()) {
+    state.SkipWithError("recorded tool text is missing");
+    return;
+  }
+  zel::FFmpegX engine;
+  engine.CommandLine = "\"ffmpeg\"";  // a bare command line reads its length from the text
+  int64_t bytes = 0;
+  for (auto _ : state) {
+    for (const std::string& block : blocks) {
+      engine.ParseToolOutput(block);
+      bytes += static_cast<int64_t>(block.size());
+    }
+    benchmark::DoNotOptimize(engine.Value());
+  }
+  state.SetBytesProcessed(bytes);
+}
+BENCHMARK(BM_ParseToolOutput);
+
+std::string FindOnPath(const std::string& name) {
+  for (const std::string& folder : zel::Split(std::getenv("PATH") ? std::getenv("PATH") : "", ":")) {
+    if (zel::FileExists(folder + "/" + name)) return folder + "/" + name;
+  }
+  return {};
+}
+
+double RunSeconds(const std::vector<std::string>& argv) {
+  const auto begin = std::chrono::steady_clock::now();
+  ChildProcess child;
+  LaunchPlan plan;
+  plan.stages.push_back(argv);
+  if (child.Start(plan, std::nullopt) != ChildProcess::StartResult::Started) return -1;
+  std::string block;
+  while (child.Read(block, 65536, 1000) != ChildProcess::ReadResult::End) {
+  }
+  const int status = child.Wait();
+  if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) return -1;
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+}
+
+// One conversion through `zel-cli exec` against the same command run directly,
+// alternately, so that both meet the same machine state.
+void BM_ExecThroughEngine(benchmark::State& state) {
+  const std::string ffmpeg = FindOnPath("ffmpeg");
+  const std::string folder = zel::TempDirectory() + "/zel-bench";
+  zel::MakedPath(folder);
+  const std::string clip = folder + "/clip.mp4";
+  const std::string out = folder + "/out.avi";
+  if (ffmpeg.empty() ||
+      RunSeconds({ffmpeg, "-v", "error", "-nostdin", "-y", "-f", "lavfi", "-i", "testsrc=size=640x360:rate=25:duration=5",
+                  "-f", "lavfi", "-i", "sine=duration=5", "-shortest", "-pix_fmt", "yuv420p", clip}) < 0) {
+    state.SkipWithError("ffmpeg cannot make the clip");
+    return;
+  }
+  const std::vector<std::string> direct{ffmpeg, "-nostdin", "-y", "-i", clip, "-c:v", "mpeg4", "-c:a", "libmp3lame", out};
+  std::string line;
+  for (const std::string& arg : direct) line += (line.empty() ? "" : " ") + zel::QuoteArgument(arg);
+  const std::vector<std::string> viaEngine{ZEL_CLI_PATH, "exec", "--output", out, line};
+
+  double directTotal = 0, engineTotal = 0;
+  for (auto _ : state) {
+    const double d = RunSeconds(direct);
+    const double e = RunSeconds(viaEngine);
+    if (d < 0 || e < 0) {
+      state.SkipWithError("a conversion failed");
+      break;
+    }
+    directTotal += d;
+    engineTotal += e;
+  }
+  if (directTotal > 0) {
+    state.counters["ratio"] = engineTotal / directTotal;
+    state.counters["direct_s"] = directTotal / static_cast<double>(state.iterations());
+  }
+  std::filesystem::remove_all(folder);
+}
+BENCHMARK(BM_ExecThroughEngine)->Iterations(5)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+}  // namespace
