@@ -50,6 +50,8 @@ class FFmpegX {
   // The tool's standard input is /dev/null, so no key reaches it: cancelling rests
   // on terminating the tool. Returns no handle (0).
   int SendKeyToDos(std::string_view key);
+  // Asks another process to end, as closing its window would; true when it was reached.
+  static bool CloseProcess(int processId);
   // Stop and continue the tool's process group; the previous suspend count.
   int SuspendApp();
   int ResumeApp();

@@ -82,7 +82,15 @@ bool RowMatches(const PercentRow& row, const std::string& line, const std::strin
   return false;
 }
 
-bool FolderWritable(const std::string& folder) { return ::access(folder.c_str(), W_OK) == 0; }
+// The log goes beside a tool the user keeps, never into the system's own folders,
+// even for a user who could write there.
+bool ToolFolderTakesLog(const std::string& folder) {
+  for (const char* system : {"/usr", "/bin", "/sbin", "/lib", "/lib64", "/etc", "/opt"}) {
+    const std::string_view prefix(system);
+    if (folder == prefix || StartsWith(folder, std::string(prefix) + "/")) return false;
+  }
+  return ::access(folder.c_str(), W_OK) == 0;
+}
 
 }  // namespace
 
@@ -227,8 +235,7 @@ std::string FFmpegX::ToolLogPath() const {
   const bool hasExtension = dot != std::string::npos && (slash == std::string::npos || dot > slash);
   const std::string besideTool = (hasExtension ? core_.substr(0, dot) : core_) + ".log";
   const std::string folder = slash == std::string::npos ? std::string(".") : core_.substr(0, slash);
-  if (FolderWritable(folder)) return besideTool;
-  // A tool from the system's folders: the log goes to the user's state folder.
+  if (ToolFolderTakesLog(folder)) return besideTool;
   const char* state = std::getenv("XDG_STATE_HOME");
   const char* home = std::getenv("HOME");
   std::string base = (state != nullptr && *state != '\0') ? std::string(state)
@@ -418,6 +425,8 @@ void FFmpegX::CancelProcess() {
 }
 
 int FFmpegX::SendKeyToDos(std::string_view /*key*/) { return 0; }
+
+bool FFmpegX::CloseProcess(int processId) { return processId > 0 && ::kill(processId, SIGTERM) == 0; }
 
 int FFmpegX::SuspendApp() {
   if (!child_ || !child_->Started()) return 0;

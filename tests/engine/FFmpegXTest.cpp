@@ -166,6 +166,21 @@ TEST_F(FFmpegXTest, SettingTheCoreIdentifiesTheRealFFmpeg) {
   EXPECT_EQ(engine.CoreVideoCodec(), "");
 }
 
+TEST_F(FFmpegXTest, ToolLogOfASystemToolGoesToTheStateFolder) {
+  ::setenv("XDG_STATE_HOME", dir.path().c_str(), 1);
+  engine.SetCore(test::ToolPath("ffmpeg"));
+  EXPECT_EQ(engine.ToolLogPath(), dir / "ZEL/ffmpeg.log");
+  EXPECT_TRUE(DirectoryExists(dir / "ZEL"));
+  ::unsetenv("XDG_STATE_HOME");
+}
+
+TEST_F(FFmpegXTest, CloseProcessAsksAnotherProcessToEnd) {
+  const test::RunResult r = test::Run({"/bin/sh", "-c", "sleep 30 >/dev/null 2>&1 & echo $!"});
+  const int pid = std::stoi(r.output);
+  EXPECT_TRUE(FFmpegX::CloseProcess(pid));
+  EXPECT_FALSE(FFmpegX::CloseProcess(0));
+}
+
 TEST_F(FFmpegXTest, StoredFormRoundTripAndLoadDefaults) {
   engine.TestMode = true;
   engine.SetPriority(16384);
