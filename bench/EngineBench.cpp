@@ -44,13 +44,6 @@ void BM_ParseToolOutput(benchmark::State& state) {
 }
 BENCHMARK(BM_ParseToolOutput);
 
-std::string FindOnPath(const std::string& name) {
-  for (const std::string& folder : zel::Split(std::getenv("PATH") ? std::getenv("PATH") : "", ":")) {
-    if (zel::FileExists(folder + "/" + name)) return folder + "/" + name;
-  }
-  return {};
-}
-
 double RunSeconds(const std::vector<std::string>& argv) {
   const auto begin = std::chrono::steady_clock::now();
   ChildProcess child;
@@ -68,7 +61,7 @@ double RunSeconds(const std::vector<std::string>& argv) {
 // One conversion through `zel-cli exec` against the same command run directly,
 // alternately, so that both meet the same machine state.
 void BM_ExecThroughEngine(benchmark::State& state) {
-  const std::string ffmpeg = FindOnPath("ffmpeg");
+  const std::string ffmpeg = zel::FindOnPath("ffmpeg");
   const std::string folder = zel::TempDirectory() + "/zel-bench";
   zel::MakedPath(folder);
   const std::string clip = folder + "/clip.mp4";

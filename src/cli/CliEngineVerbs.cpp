@@ -32,12 +32,8 @@ const char* DialectWord(ToolDialect dialect) { return dialect == ToolDialect::To
 
 std::string ResolveTool(const std::string& name) {
   if (name.find('/') != std::string::npos) return name;
-  const char* path = std::getenv("PATH");
-  for (const std::string& folder : Split(path != nullptr ? path : "", ":")) {
-    const std::string candidate = cPath(folder.empty() ? "." : folder) + name;
-    if (FileExists(candidate)) return candidate;
-  }
-  return name;
+  const std::string found = FindOnPath(name);
+  return found.empty() ? name : found;
 }
 
 int Identify(const Args& args) {

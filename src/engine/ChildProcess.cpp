@@ -209,6 +209,16 @@ int ChildProcess::Wait() {
   return lastStatus_;
 }
 
+bool ChildProcess::WaitFor(int timeoutMs) {
+  if (!Started()) return true;
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+  while (!ReapAll(false)) {
+    if (std::chrono::steady_clock::now() >= deadline) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+  }
+  return true;
+}
+
 void ChildProcess::CloseOutput() { CloseFd(outputFd_); }
 
 }  // namespace zel

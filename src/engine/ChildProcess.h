@@ -46,6 +46,8 @@ class ChildProcess {
 
   // Reaps every stage; returns the last stage's wait status.
   int Wait();
+  // Reaps what has ended, waiting at most `timeoutMs`; true when every stage has.
+  bool WaitFor(int timeoutMs);
 
   // Closes the parent's end of the output pipe.
   void CloseOutput();

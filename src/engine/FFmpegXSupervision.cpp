@@ -119,6 +119,8 @@ void FFmpegX::RunCommand(const std::string& commandLine) {
     lastCallResult_ = 1;
     StartTimer();
     ReadLoop();
+    // A tool can close its output and still run; the host stays alive meanwhile.
+    while (!cancelRequested_ && !child_->WaitFor(kPollMs)) Pump();
     if (cancelRequested_) {
       const pid_t pid = child_->Pid();
       if (child_->Terminate(kTerminateGraceMs)) {
@@ -127,7 +129,6 @@ void FFmpegX::RunCommand(const std::string& commandLine) {
         Report(kStatusCancelFailed, std::string(MsgCannotCloseProcess) + std::to_string(pid));
       }
     } else {
-      child_->Wait();
       if (ImageGrabber && !DisableVideo && FileSize(outputFileName_) > 0) BuildThumbnailSheet();
     }
     child_->CloseOutput();

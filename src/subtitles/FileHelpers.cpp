@@ -151,6 +151,15 @@ std::string RenameExists(std::string_view path, bool overwrite) {
   return {};
 }
 
+std::string FindOnPath(std::string_view name) {
+  const char* path = std::getenv("PATH");
+  for (const std::string& folder : Split(path != nullptr ? path : "", ":")) {
+    const std::string candidate = cPath(folder.empty() ? "." : folder) + std::string(name);
+    if (FileExists(candidate)) return candidate;
+  }
+  return {};
+}
+
 bool DeleteFile(std::string_view path) {
   return !path.empty() && ::unlink(std::string(path).c_str()) == 0;
 }

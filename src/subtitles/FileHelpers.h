@@ -42,4 +42,7 @@ std::string RenameExists(std::string_view path, bool overwrite);
 
 bool DeleteFile(std::string_view path);
 
+// The first file of that name in the folders of $PATH, or "" when there is none.
+std::string FindOnPath(std::string_view name);
+
 }  // namespace zel

@@ -257,6 +257,21 @@ TEST_F(SupervisionTest, SuspendedToolStillCancels) {
   EXPECT_TRUE(Saw({kStatusCanceled, source}));
 }
 
+TEST_F(SupervisionTest, AToolThatClosesItsOutputCanStillBeCancelled) {
+  const std::string pidFile = dir / "pid";
+  bool sent = false;
+  engine.PumpEvents = [&] {
+    if (!sent && FileExists(pidFile)) {
+      sent = true;
+      engine.CancelProcess();
+    }
+  };
+  RunJob(test::WriteScript(dir / "detached", "exec >/dev/null 2>&1\necho $$ > '" + pidFile + "'\nexec sleep 30"));
+  ASSERT_TRUE(sent);
+  EXPECT_TRUE(Saw({kStatusCanceled, source}));
+  EXPECT_EQ(ProcessState(std::stoi(ReadText(pidFile))), 0);
+}
+
 TEST_F(SupervisionTest, RefreshTimerReportsRemainingTime) {
   const std::string tool = test::WriteScript(dir / "progress",
                                              "head -c 2048 /dev/zero > \"$1\"\n"

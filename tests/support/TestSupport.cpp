@@ -54,13 +54,9 @@ RunResult RunCli(const std::vector<std::string>& args) {
 }
 
 std::string ToolPath(const std::string& name) {
-  const char* path = std::getenv("PATH");
-  for (const std::string& folder : Split(path != nullptr ? path : "", ":")) {
-    const std::string candidate = folder + "/" + name;
-    if (FileExists(candidate)) return candidate;
-  }
-  ADD_FAILURE() << name << " is not installed; scripts/setup.sh installs it";
-  return name;
+  const std::string found = FindOnPath(name);
+  if (found.empty()) ADD_FAILURE() << name << " is not installed; scripts/setup.sh installs it";
+  return found.empty() ? name : found;
 }
 
 void MakeClip(const std::string& path, int seconds, const std::string& size) {
