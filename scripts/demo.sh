@@ -19,5 +19,5 @@ echo "== a 5-second sample clip"
 echo "== zel-cli exec: the clip to MPEG-4 Part 2 in AVI"
 "$cli" exec --output "$work/sample converted.avi" \
   "\"$ffmpeg\" -hide_banner -nostdin -y -i \"$work/sample.mp4\" -c:v mpeg4 -q:v 3 -c:a libmp3lame \"$work/sample converted.avi\"" |
-  grep -E '^(status [0-9] (Starting|Complete|Error|Canceled)|progress)'
+  grep -E '^(status [0-9] (Starting|Complete|Error|Canceled)|status 1 Processing frame|progress)'
 echo "== output: $work/sample converted.avi"

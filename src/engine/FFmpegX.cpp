@@ -156,8 +156,8 @@ void FFmpegX::StartProcess() {
     ConvertImageJob();
     return;
   }
-  // On the next three stops the job stays "processing": later calls report
-  // MsgExecuting until the host sets things right and a new object is made.
+  // On the next three stops the job stays "processing", so that every later call
+  // on this object reports MsgExecuting: hosts rely on that lock-up.
   if (!FileExists(core_) && CommandLine.empty()) {
     Fail(MsgCannotSetCore);
     return;
@@ -255,10 +255,7 @@ void FFmpegX::SetStatusRefreshInterval(int milliseconds) {
   }
 }
 
-bool FFmpegX::Fail(std::string_view message) {
-  Report(kStatusError, message);
-  return false;
-}
+void FFmpegX::Fail(std::string_view message) { Report(kStatusError, message); }
 
 void FFmpegX::Report(int status, std::string_view info) {
   status_ = status;

@@ -331,7 +331,7 @@ class FFmpegX {
   std::string BuildCommand(int pass);
   std::string OutputPathFor(std::string_view extension) const;
   std::string FirstSource() const;
-  bool Fail(std::string_view message);
+  void Fail(std::string_view message);
   void Report(int status, std::string_view info);
   void RaiseStatusChange(int status, std::string_view info);
   void RaiseProgress(bool finished);
