@@ -25,24 +25,16 @@ class FFmpegXTest : public ::testing::Test {
   test::TempDir dir;
 };
 
-TEST_F(FFmpegXTest, NewObjectDefaults) {
-  EXPECT_EQ(engine.Priority(), 64);
-  EXPECT_EQ(engine.StatusRefreshInterval(), 500);
-  EXPECT_TRUE(engine.RemoveFileAfterCanceled);
-  EXPECT_TRUE(engine.UcaseNameSuffix);
-  EXPECT_EQ(engine.VideoPadColor, "0");
-  EXPECT_EQ(engine.SubtitleEncodeFormat, -1);
-  EXPECT_EQ(engine.ImageQuality, 85);
-  EXPECT_EQ(engine.ImageGrabberThumbMatrix, "3x5");
-  EXPECT_EQ(engine.ImageGrabberForeColor, "202020");
-  EXPECT_EQ(engine.ImageGrabberBackColor, "FFFFFF");
-  EXPECT_EQ(engine.AVSSubtitleAlignLogo, 9);
-  EXPECT_EQ(engine.AVSScreenCrop, "0,0,-0,-0");
-  EXPECT_EQ(engine.CoreStatus(), 0);
-  EXPECT_FALSE(engine.Processing());
-  EXPECT_EQ(engine.Max(), 1);  // before any probe
-  EXPECT_EQ(engine.Value(), 0);
+TEST_F(FFmpegXTest, ValueAndMaxReadingRules) {
+  EXPECT_EQ(engine.Max(), 1);  // before any length is known
   EXPECT_EQ(engine.FileInfo(), "");
+  engine.CommandLine = "\"tool\"";
+  engine.ParseToolOutput("Duration: 00:00:09.00, start: 0");
+  engine.ParseToolOutput("size= 1kB time=00:00:07.00 bitrate=1");
+  EXPECT_EQ(engine.Max(), 10);
+  EXPECT_EQ(engine.Value(), 7);
+  engine.ParseToolOutput("size= 1kB time=00:00:11.00 bitrate=1");
+  EXPECT_EQ(engine.Value(), 0);  // past the maximum it reads 0
 }
 
 TEST_F(FFmpegXTest, SettersNormaliseAndFiveNamesSplitTargetFromSource) {
