@@ -152,16 +152,6 @@ TEST_F(SupervisionTest, CancelInPassOneStartsNoPassTwoAndRemovesTheOutput) {
   EXPECT_EQ(events.back(), (Event{kStatusComplete, output}));
 }
 
-TEST_F(SupervisionTest, KeepingTheOutputOfACancelWhenAsked) {
-  engine.RemoveFileAfterCanceled = false;
-  engine.PipeChange = [this](const std::string& text) {
-    if (text.find("started") != std::string::npos) engine.CancelProcess();
-  };
-  RunJob(test::WriteScript(dir / "slow", "head -c 4096 /dev/zero > \"$1\"\necho started\nexec sleep 30"));
-  EXPECT_TRUE(Saw({kStatusCanceled, source}));
-  EXPECT_TRUE(FileExists(output));
-}
-
 TEST_F(SupervisionTest, CancellingARealFFmpegRunRemovesThePartialOutput) {
   engine.SetFilename(source);
   engine.SetOutputDir(dir.path());

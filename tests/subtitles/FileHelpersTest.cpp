@@ -65,16 +65,5 @@ TEST(FileHelpers, SizeTextAndPaths) {
   EXPECT_EQ(FileSize("/no/such/file"), 0);
 }
 
-TEST(FileHelpers, TempFilesAreNewAndPrivateToTheirFolder) {
-  test::TempDir dir;
-  const std::string a = CreateTempFile("ZEL", dir.path());
-  const std::string b = CreateTempFile("ZEL", dir.path());
-  ASSERT_FALSE(a.empty());
-  EXPECT_NE(a, b);
-  EXPECT_EQ(a.rfind(dir.path() + "/ZEL", 0), 0u);
-  EXPECT_TRUE(FileExists(a));
-  EXPECT_EQ(CreateTempFile("ZEL", dir / "missing"), "");
-}
-
 }  // namespace
 }  // namespace zel
