@@ -24,10 +24,9 @@ bool IsStillImageKey(std::string_view key) {
 }
 
 bool HasImageExtension(std::string_view path) {
-  const size_t dot = path.rfind('.');
-  const size_t slash = path.rfind('/');
-  if (dot == std::string_view::npos || (slash != std::string_view::npos && dot < slash)) return false;
-  const std::string extension = LowerAscii(path.substr(dot + 1));
+  const std::string_view dotted = SplitExtension(path).extension;
+  if (dotted.empty()) return false;
+  const std::string extension = LowerAscii(dotted.substr(1));
   return std::find(kImageExtensions.begin(), kImageExtensions.end(), extension) != kImageExtensions.end();
 }
 

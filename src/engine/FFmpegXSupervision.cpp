@@ -216,11 +216,9 @@ void FFmpegX::GiveVerdict() {
 // the wanted output.
 void FFmpegX::RepairSplitOutput() {
   if (sourceSuffix_ != "mkv" && sourceSuffix_ != "webm") return;
-  const size_t slash = outputFileName_.rfind('/');
-  const size_t dot = outputFileName_.rfind('.');
-  if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) return;
-  const std::string stem = outputFileName_.substr(0, dot);
-  const std::string extension = outputFileName_.substr(dot);
+  const auto [stemView, extensionView] = SplitExtension(outputFileName_);
+  if (extensionView.empty()) return;
+  const std::string stem(stemView), extension(extensionView);
   const std::string first = stem + "-001" + extension;
   const std::string second = stem + "-002" + extension;
   if (!FileExists(first) || !FileExists(second)) return;
@@ -232,9 +230,7 @@ void FFmpegX::RepairSplitOutput() {
 
 std::string FFmpegX::ToolLogPath() const {
   const size_t slash = core_.rfind('/');
-  const size_t dot = core_.rfind('.');
-  const bool hasExtension = dot != std::string::npos && (slash == std::string::npos || dot > slash);
-  const std::string besideTool = (hasExtension ? core_.substr(0, dot) : core_) + ".log";
+  const std::string besideTool = std::string(SplitExtension(core_).stem) + ".log";
   const std::string folder = slash == std::string::npos ? std::string(".") : core_.substr(0, slash);
   if (ToolFolderTakesLog(folder)) return besideTool;
   const char* state = std::getenv("XDG_STATE_HOME");
@@ -252,8 +248,8 @@ void FFmpegX::AppendToolLog(const std::string& block) {
     // The log names the user's source, never the generated script.
     const std::string source = FirstSource();
     text = ReplaceAll(text, toolInput_, source);
-    const size_t dot = source.rfind('.');
-    text = ReplaceAll(text, "avs", dot == std::string::npos ? std::string() : source.substr(dot + 1));
+    const std::string_view extension = SplitExtension(source).extension;
+    text = ReplaceAll(text, "avs", extension.empty() ? extension : extension.substr(1));
   }
   WriteText(text, ToolLogPath(), true);
 }

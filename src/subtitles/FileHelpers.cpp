@@ -137,13 +137,16 @@ std::string cPath(std::string_view path) {
   return result;
 }
 
-std::string RenameExists(std::string_view path, bool overwrite) {
-  if (overwrite || (!FileExists(path) && !DirectoryExists(path))) return std::string(path);
+PathParts SplitExtension(std::string_view path) {
   const size_t slash = path.rfind('/');
   const size_t dot = path.rfind('.');
-  const bool hasExtension = dot != std::string_view::npos && (slash == std::string_view::npos || dot > slash);
-  const std::string_view stem = hasExtension ? path.substr(0, dot) : path;
-  const std::string_view extension = hasExtension ? path.substr(dot) : std::string_view();
+  if (dot == std::string_view::npos || (slash != std::string_view::npos && dot < slash)) return {path, {}};
+  return {path.substr(0, dot), path.substr(dot)};
+}
+
+std::string RenameExists(std::string_view path, bool overwrite) {
+  if (overwrite || (!FileExists(path) && !DirectoryExists(path))) return std::string(path);
+  const auto [stem, extension] = SplitExtension(path);
   for (int n = 1; n <= 99999; ++n) {
     std::string candidate = std::string(stem) + "(" + std::to_string(n) + ")" + std::string(extension);
     if (!FileExists(candidate) && !DirectoryExists(candidate)) return candidate;

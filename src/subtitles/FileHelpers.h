@@ -33,6 +33,14 @@ std::string CreateTempFile(std::string_view prefix, std::string_view folder);
 // $TMPDIR, or /tmp.
 std::string TempDirectory();
 
+// A path's stem and its extension with the point ("/v/a.b.avi" -> "/v/a.b", ".avi").
+// A point in a folder's name is no extension: "/v.d/clip" -> "/v.d/clip", "".
+struct PathParts {
+  std::string_view stem;
+  std::string_view extension;
+};
+PathParts SplitExtension(std::string_view path);
+
 // The path with a final "/" added when missing; "" stays "".
 std::string cPath(std::string_view path);
 

@@ -50,6 +50,9 @@ TEST(FileHelpers, RenameExistsFindsTheFirstFreeName) {
   EXPECT_EQ(RenameExists(path, false), dir / "clip(2).mp4");
   ASSERT_TRUE(WriteText("", dir / "noext", false));
   EXPECT_EQ(RenameExists(dir / "noext", false), dir / "noext(1)");
+  ASSERT_TRUE(MakedPath(dir / "v.d"));
+  ASSERT_TRUE(WriteText("", dir / "v.d/clip", false));
+  EXPECT_EQ(RenameExists(dir / "v.d/clip", false), dir / "v.d/clip(1)");  // a folder's point is no extension
 }
 
 TEST(FileHelpers, SizeTextAndPaths) {
