@@ -4,7 +4,7 @@
 set -euo pipefail
 
 build=${1:-$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)/build}
-cli="$build/src/cli/zel-cli"
+cli="$build/bin/zel-cli"
 work=${XDG_CACHE_HOME:-$HOME/.cache}/zel-demo
 mkdir -p "$work"
 

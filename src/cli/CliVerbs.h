@@ -13,6 +13,10 @@ int Identify(const Args& args);
 int Exec(const Args& args);
 int Time(const Args& args);
 int MsTime(const Args& args);
+int Pkz(const Args& args);
+int Settings(const Args& args);
+int Formats(const Args& args);
+int Profiles(const Args& args);
 
 // Finds a tool named without a folder on PATH; a path is returned as given.
 std::string ResolveTool(const std::string& name);

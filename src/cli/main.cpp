@@ -18,10 +18,15 @@ constexpr Verb kVerbs[] = {
     {"exec", zel::cli::Exec, "exec [--output FILE] 'COMMAND LINE'   run a command line and follow its progress"},
     {"time", zel::cli::Time, "time TEXT [--sep S]      a time text read as milliseconds and seconds"},
     {"mstime", zel::cli::MsTime, "mstime MS NOTATION       milliseconds written in a time notation"},
+    {"pkz", zel::cli::Pkz, "pkz create|add|list|extract|delete ARCHIVE ...   the program's archive files"},
+    {"settings", zel::cli::Settings, "settings get KEY | set KEY VALUE | delete | list   the settings store"},
+    {"formats", zel::cli::Formats, "formats [--more] | --describe NAME | --defaults NAME   the output formats"},
+    {"profiles", zel::cli::Profiles,
+     "profiles list | show TITLE | apply TITLE | save [FILE] | load FILE | user   conversion profiles"},
 };
 
 void PrintUsage(std::FILE* to) {
-  std::fprintf(to, "usage: zel-cli VERB [ARGUMENTS]\n\n");
+  std::fprintf(to, "usage: zel-cli VERB [ARGUMENTS] [--yes]\n\n");
   for (const Verb& verb : kVerbs) std::fprintf(to, "  %.*s\n", static_cast<int>(verb.usage.size()), verb.usage.data());
 }
 

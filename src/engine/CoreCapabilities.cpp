@@ -118,7 +118,7 @@ CoreIdentity IdentifyCore(std::string_view output, const CoreRerun& rerun) {
 }
 
 CoreLists ParseFFmpegCapabilities(std::string_view text, ToolDialect dialect) {
-  NameList formats, video, audio, subtitle;
+  NameList formats, inputs, video, audio, subtitle;
   video.Add("COPY");
   audio.Add("COPY");
   subtitle.Add("COPY");
@@ -138,10 +138,11 @@ CoreLists ParseFFmpegCapabilities(std::string_view text, ToolDialect dialect) {
         continue;
       }
       if (column == 0 || line.size() < 4 || Contains(line, "=")) continue;
-      if ((line[2] | 0x20) != 'e') continue;
       const size_t nameEnd = line.find(' ', column);
       if (nameEnd == std::string_view::npos) continue;
       std::string name = UpperAscii(Trim(line.substr(column, nameEnd - column)));
+      if (column == kFormatColumn && line[1] == 'D') inputs.Add(name);
+      if ((line[2] | 0x20) != 'e') continue;
 
       if (column == kFormatColumn) {
         if (!Trim(line).empty() && !Contains(line, "pipe")) formats.Add(std::move(name));
@@ -159,16 +160,17 @@ CoreLists ParseFFmpegCapabilities(std::string_view text, ToolDialect dialect) {
       if (dialect == ToolDialect::Today) AddEncoderAnnotations(line, *list);
     }
   }
-  return CoreLists{formats.Joined(""), video.Joined("|"), audio.Joined("|"), subtitle.Joined("|")};
+  return CoreLists{formats.Joined(""), video.Joined("|"), audio.Joined("|"), subtitle.Joined("|"),
+                   inputs.Joined("")};
 }
 
 CoreLists FixedCoreLists(int coreStatus) {
   switch (coreStatus) {
     case kCoreMEncoder:
       return {"XVID|H264|MP4|3GP|WMV|FLV|PAL-VCD|NTSC-VCD|PAL-SVCD|NTSC-SVCD|PAL-DVD|NTSC-DVD",
-              "COPY|FRAMENO|XVID|X264|RAW|NUV|LAVC|VFW|QTVIDEO", "COPY|PCM|MP3LAME|LAVC|TWOLAME|FAAC", ""};
+              "COPY|FRAMENO|XVID|X264|RAW|NUV|LAVC|VFW|QTVIDEO", "COPY|PCM|MP3LAME|LAVC|TWOLAME|FAAC", "", ""};
     case kCoreHelixProducer:
-      return {"RMVB", "RV8|RV9|RV10", "COOK|RAAC|SIPR", ""};
+      return {"RMVB", "RV8|RV9|RV10", "COOK|RAAC|SIPR", "", ""};
     default:
       return {};
   }

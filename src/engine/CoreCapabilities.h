@@ -41,6 +41,9 @@ struct CoreLists {
   std::string video;
   std::string audio;
   std::string subtitle;
+  // What it can read, in the form of `formats`; only the start-up's AviSynth
+  // test asks for it.
+  std::string inputs;
 };
 
 // Reads FFmpeg's "-formats" and "-codecs" text, appended into one. Today's tool

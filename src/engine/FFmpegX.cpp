@@ -30,14 +30,6 @@ bool HasImageExtension(std::string_view path) {
   return std::find(kImageExtensions.begin(), kImageExtensions.end(), extension) != kImageExtensions.end();
 }
 
-// AviSynth+ is present when its library loads, as FFmpeg itself would load it.
-bool AviSynthInstalled() {
-  void* library = ::dlopen("libavisynth.so", RTLD_LAZY | RTLD_LOCAL);
-  if (library == nullptr) return false;
-  ::dlclose(library);
-  return true;
-}
-
 }  // namespace
 
 FFmpegX::FFmpegX() : scratchFile_(CreateTempFile("ZEL", "")) {}
@@ -47,6 +39,14 @@ FFmpegX::~FFmpegX() {
   child_.reset();
   DeleteScratchFiles();
   if (!scratchFile_.empty()) zel::DeleteFile(scratchFile_);
+}
+
+// AviSynth+ is present when its library loads, as FFmpeg itself would load it.
+bool FFmpegX::AviSynthInstalled() {
+  void* library = ::dlopen("libavisynth.so", RTLD_LAZY | RTLD_LOCAL);
+  if (library == nullptr) return false;
+  ::dlclose(library);
+  return true;
 }
 
 std::string FFmpegX::GetStatusString(int status) {
@@ -66,6 +66,7 @@ void FFmpegX::SetCore(const std::string& path) {
   coreVideoCodec_.clear();
   coreAudioCodec_.clear();
   coreSubtitleCodec_.clear();
+  coreInputFormats_.clear();
 
   const std::string banner = CaptureOutput("");
   const CoreIdentity id = IdentifyCore(banner, [this](std::string_view args) { return CaptureOutput(args); });
@@ -86,6 +87,7 @@ void FFmpegX::ReadCoreLists() {
   coreVideoCodec_ = lists.video;
   coreAudioCodec_ = lists.audio;
   coreSubtitleCodec_ = lists.subtitle;
+  coreInputFormats_ = lists.inputs;
 }
 
 void FFmpegX::SetFilename(const std::string& filename) {

@@ -68,6 +68,10 @@ class FFmpegX {
   const std::string& CoreVideoCodec() const { return coreVideoCodec_; }
   const std::string& CoreAudioCodec() const { return coreAudioCodec_; }
   const std::string& CoreSubtitleCodec() const { return coreSubtitleCodec_; }
+  // Whether the AviSynth+ library can be loaded on this machine.
+  static bool AviSynthInstalled();
+  // The formats the core can read, in the form of CoreFormats.
+  const std::string& CoreInputFormats() const { return coreInputFormats_; }
   // Whether the FFmpeg core speaks the old option syntax or today's.
   ToolDialect CoreDialect() const { return coreDialect_; }
 
@@ -347,7 +351,7 @@ class FFmpegX {
   std::string core_;
   int coreStatus_ = 0;
   std::string coreName_, coreVersion_;
-  std::string coreFormats_, coreVideoCodec_, coreAudioCodec_, coreSubtitleCodec_;
+  std::string coreFormats_, coreVideoCodec_, coreAudioCodec_, coreSubtitleCodec_, coreInputFormats_;
   ToolDialect coreDialect_ = ToolDialect::Legacy;
 
   bool processing_ = false;

@@ -1,6 +1,7 @@
 #include "subtitles/FileHelpers.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -114,6 +115,23 @@ bool WriteText(std::string_view text, std::string_view path, bool append) {
   const bool ok = WriteAll(fd, content);
   ::close(fd);
   return ok;
+}
+
+FileLock::FileLock(std::string_view path) {
+  const std::string lockPath = std::string(path) + ".lock";
+  fd_ = ::open(lockPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+  if (fd_ < 0) return;
+  while (::flock(fd_, LOCK_EX) != 0) {
+    if (errno == EINTR) continue;
+    ::close(fd_);
+    fd_ = -1;
+    return;
+  }
+}
+
+FileLock::~FileLock() {
+  // Closing releases the lock; the lock file stays for the next writer.
+  if (fd_ >= 0) ::close(fd_);
 }
 
 std::string TempDirectory() {

@@ -50,6 +50,20 @@ std::string RenameExists(std::string_view path, bool overwrite);
 
 bool DeleteFile(std::string_view path);
 
+// An exclusive lock on "<path>.lock", held for the object's life, so that the
+// read-modify-write cycles of several processes on one file never interleave.
+class FileLock {
+ public:
+  explicit FileLock(std::string_view path);
+  ~FileLock();
+  FileLock(const FileLock&) = delete;
+  FileLock& operator=(const FileLock&) = delete;
+  bool Held() const { return fd_ >= 0; }
+
+ private:
+  int fd_ = -1;
+};
+
 // The first file of that name in the folders of $PATH, or "" when there is none.
 std::string FindOnPath(std::string_view name);
 

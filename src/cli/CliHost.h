@@ -1,0 +1,34 @@
+// zel-cli as the host of the job logic: information lines and messages go to
+// the terminal, and questions are answered the same way by every verb.
+#pragma once
+
+#include <string>
+
+#include "cli/CliVerbs.h"
+#include "jobs/JobHost.h"
+#include "jobs/StartUp.h"
+
+namespace zel::cli {
+
+class CliHost : public JobHost {
+ public:
+  explicit CliHost(bool yes) : yes_(yes) {}
+
+  void AddInfo(std::string_view category, std::string_view message, std::string_view tag) override;
+  // "--yes" answers Yes; otherwise a terminal on standard input is asked, and
+  // without one the question's default answer stands.
+  bool Ask(std::string_view question, bool defaultYes) override;
+  void ShowMessage(std::string_view text) override;
+
+ private:
+  bool yes_;
+};
+
+// Removes "--yes" from the arguments; true when it was there.
+bool TakeYes(Args& args);
+
+// The program's start-up as zel-cli needs it; false (with the reason shown)
+// when the tools are missing.
+bool StartCli(CliHost& host, bool findTools);
+
+}  // namespace zel::cli

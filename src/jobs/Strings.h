@@ -1,0 +1,173 @@
+// The string table: every text the program shows or writes for the user, in
+// its one language. Each text is a named constant; code outside this file
+// never spells a user-visible Chinese text itself.
+#pragma once
+
+#include <array>
+#include <string_view>
+
+namespace zel {
+
+using Text = std::string_view;
+
+// ---- Yes/no words of the settings store, and the information list ----
+inline constexpr Text StrYes = "是";
+inline constexpr Text StrNo = "否";
+inline constexpr Text StrInfoProblem = "问题";
+inline constexpr Text StrInfoNotice = "注意";
+inline constexpr Text StrInfoDone = "完成";
+
+// ---- Start-up and shut-down ----
+inline constexpr Text StrToolsMissing = "遗失重要程序组件，请重新下载安装软件。";
+inline constexpr Text StrToolsMissingCode = "错误代码：";
+inline constexpr Text StrUnpackingTools = "正在初始化 工具 ";
+inline constexpr Text StrNewBuildReset = "新版本设置已经初始化。";
+inline constexpr Text StrCoreInitialized = " Initialized";
+inline constexpr Text StrCoreFailed = "FFmpeg 编码核心无法初始化，请检查工具目录中的 FFmpeg 程序。";
+inline constexpr Text StrAviSynth = "AviSynth";
+inline constexpr Text StrAviSynthOptional = "可选，如启用 AVS 支持请安装 AviSynth。";
+inline constexpr Text StrCancelJobBeforeQuit = "请先取消正在进行的任务后再退出程序！";
+inline constexpr Text StrQuitNow = "是否立即退出程序？";
+
+// ---- Settings reset ----
+inline constexpr Text StrResetAllQuestion = "是否初始化程序设置? 程序将在初始化设置后关闭，请重新启动程序。";
+inline constexpr Text StrRestartToApply = "请立即重新启动程序以应用新的程序设置。";
+inline constexpr Text StrResetFormatQuestion = "已手工更改输出格式，是否将所有视频、音频相关基本设置还原到默认值？";
+inline constexpr Text StrBaseSettingsReset = "基本设置被重设";
+
+// ---- Labels that the settings store keeps as values ----
+inline constexpr Text StrSplitPointToPoint = "点到点";
+inline constexpr Text StrSplitHeadTail = "去头尾";
+inline constexpr Text StrFinishNotify = "提示";
+inline constexpr Text StrFinishBalloon = "气泡";
+inline constexpr Text StrX264ConstantQuality = "恒定质量模式";
+inline constexpr Text StrX264ConstantQuantizer = "恒定量化模式";
+inline constexpr Text StrAutoSubtitleFileAndTrack = "生成文件和字幕流";
+inline constexpr Text StrAspectKeep = "比例缩放";
+inline constexpr Text StrTransitionFade = "渐变";
+inline constexpr Text StrRepeatOnce = "单次";
+inline constexpr Text StrShowSettingWindow = "设置窗口";
+inline constexpr Text StrSubtitleEditShiftBlock = "时间块整体偏移";
+inline constexpr Text StrSubtitleEditPlayAll = "整体播放";
+inline constexpr Text StrKaraokeNoEffect = "没有效果";
+inline constexpr Text StrScreenshotComment = "ZEL Screenshot";
+
+// ---- Output formats ----
+inline constexpr Text StrDirectCut = "直接剪切";
+inline constexpr Text StrDirectJoin = "直接合并";
+inline constexpr Text StrMoreFormats = "更多格式";
+inline constexpr Text StrBackOneLevel = "返回上一级 （鼠标右键）";
+inline constexpr Text StrDisableVideo = "禁用视频";
+inline constexpr Text StrDisableAudio = "禁用音频";
+inline constexpr Text StrDisableSubtitle = "禁用字幕";
+inline constexpr Text StrMEncoderBased = "基于 MEncoder 编码核心的";
+inline constexpr Text StrCustomFormat = "自定义设置并且不需要指定输出格式时使用。";
+
+// What each output format is, shown under the format field.
+struct FormatSentence {
+  Text name;  // lower case
+  Text sentence;
+};
+inline constexpr std::array<FormatSentence, 70> StrFormatSentences{{
+    {"直接合并", "将队列里的所有任务进行直接合并处理，必须确保所有文件的编码格式、参数一致…"},
+    {"直接剪切", "将任务按剪切、分段设置进行直接剪切处理。"},
+    {"rmvb", "RMVB 格式使用 RealVideo 3 视频编码标准，Cooker 音频编码标准。输出 RMVB 格式不支持剪切…"},
+    {"mp4", "MP4 格式使用 MPEG4 视频编码标准，AAC 音频编码标准。"},
+    {"3gp", "3GP 格式使用 H.263 或 MPEG4 视频编码标准，AMR 或 AAC 音频编码标准。"},
+    {"h264", "H264 格式使用 H.264 视频编码标准，AAC 音频编码标准。"},
+    {"mkv", "MKV 格式使用 H.264 视频编码标准，AAC 音频编码标准，Matroska 容器标准。"},
+    {"divx", "DIVX 格式使用 MPEG4 视频编码标准，MP3 音频编码标准，AVI 容器标准。"},
+    {"xvid", "XVID 格式使用 Xvid MPEG4 视频编码标准，MP3 音频编码标准，AVI 容器标准。"},
+    {"wmv", "WMV 格式使用 WMV8 视频编码标准，WMA 音频编码标准。"},
+    {"asf", "ASF 格式使用 WMV8 视频编码标准，WMA 音频编码标准，ASF 容器标准。"},
+    {"webm", "WebM 格式使用 VPX 视频编码标准，VORBIS 音频编码标准。"},
+    {"amv", "AMV 格式使用 AMV 视频编码标准，ADPCM 音频编码标准。"},
+    {"avi", "AVI 格式使用 MPEG4 视频编码标准，MP3 音频编码标准。"},
+    {"flv", "FLV 格式使用 H.263 视频编码标准，MP3 音频编码标准。"},
+    {"mov", "MOV 格式使用 MPEG4 视频编码标准，AAC 音频编码标准，QuickTime 容器标准。"},
+    {"mpeg", "MPEG 格式使用 MPEG1 视频编码标准，MP2 音频编码标准。"},
+    {"mjpeg", "MJPEG 格式使用 Motion JPEG 视频编码标准，PCM 音频编码标准，AVI 容器标准。"},
+    {"psp", "PSP 格式使用 H.264 视频编码标准，AAC 音频编码标准，MP4 容器标准。"},
+    {"ipod", "IPOD 格式使用 H.264 视频编码标准，AAC 音频编码标准，M4V 容器标准。"},
+    {"iphone", "IPHONE 格式使用 H.264 视频编码标准，AAC 音频编码标准，M4V 容器标准。"},
+    {"svi", "SVI 格式使用 Xvid MPEG4 视频编码标准，MP3 音频编码标准，SVI 容器标准。"},
+    {"mp3", "MP3 格式使用 MPEG-1 Layer 3 音频编码标准。"},
+    {"aac", "AAC 格式使用 AAC 音频编码标准。"},
+    {"m4a", "M4A 格式使用 AAC 音频编码标准，MP4 容器标准。"},
+    {"wma", "WMA 格式使用 WMA 音频编码标准，ASF 容器标准。"},
+    {"ogg", "OGG 格式使用 VORBIS 音频编码标准，OGG 容器标准。"},
+    {"flac", "FLAC 格式使用 FLAC 无损音频编码标准。"},
+    {"ac3", "AC3 格式使用 Dolby Digital AC-3 音频编码标准。"},
+    {"amr", "AMR 格式使用 AMR 窄带语音编码标准。"},
+    {"gif", "GIF 格式使用 GIF 图像编码标准，可保存动画。"},
+    {"jpg", "JPG 格式使用 JPEG 图像编码标准。"},
+    {"jpeg", "JPEG 格式使用 JPEG 图像编码标准。"},
+    {"png", "PNG 格式使用 PNG 无损图像编码标准。"},
+    {"srt", "SRT 格式使用 SubRip 文本字幕标准。"},
+    {"ssa", "SSA 格式使用 SubStation Alpha 字幕标准。"},
+    {"ass", "ASS 格式使用 Advanced SubStation Alpha 字幕标准。"},
+    {"lrc", "LRC 格式使用 LRC 歌词标准。"},
+    {"copyto", "将列表内的文件复制到指定的输出目录。"},
+    {"moveto", "将列表内的文件移动到指定的输出目录。"},
+    {"mp2", "MP2 格式使用 MPEG-1 Layer 2 音频编码标准。"},
+    {"wav", "WAV 格式使用 PCM 无压缩音频编码标准。"},
+    {"tif", "TIF 格式使用 TIFF 图像编码标准。"},
+    {"tiff", "TIFF 格式使用 TIFF 图像编码标准。"},
+    {"bmp", "BMP 格式使用无压缩的位图图像编码标准。"},
+    {"ksc", "KSC 格式使用 KSC 卡拉OK歌词标准。"},
+    {"krc", "KRC 格式使用 KRC 卡拉OK歌词标准。"},
+    {"smi", "SMI 格式使用 SAMI 字幕标准。"},
+    {"sami", "SAMI 格式使用 SAMI 字幕标准。"},
+    {"snc", "SNC 格式使用 SNC 歌词标准。"},
+    {"qly", "QLY 格式使用 QLY 歌词标准。"},
+    {"utf", "UTF 格式使用 UTF 文本字幕标准。"},
+    {"stl", "STL 格式使用 Spruce STL 字幕标准。"},
+    {"vsf", "VSF 格式使用 VSF 字幕标准。"},
+    {"dks", "DKS 格式使用 DKS 字幕标准。"},
+    {"txt", "TXT 格式使用纯文本字幕标准。"},
+    {"stxt", "STXT 格式使用带时间的文本字幕标准。"},
+    {"mpeg-ts", "MPEG-TS 格式使用 MPEG2 视频编码标准，MP2 音频编码标准，TS 容器标准。"},
+    {"pal-vcd", "PAL-VCD 格式使用 MPEG1 视频编码标准，MP2 音频编码标准，PAL 制式 VCD 光盘标准。"},
+    {"ntsc-vcd", "NTSC-VCD 格式使用 MPEG1 视频编码标准，MP2 音频编码标准，NTSC 制式 VCD 光盘标准。"},
+    {"film-vcd", "FILM-VCD 格式使用 MPEG1 视频编码标准，MP2 音频编码标准，电影帧率 VCD 光盘标准。"},
+    {"pal-svcd", "PAL-SVCD 格式使用 MPEG2 视频编码标准，MP2 音频编码标准，PAL 制式 SVCD 光盘标准。"},
+    {"ntsc-svcd", "NTSC-SVCD 格式使用 MPEG2 视频编码标准，MP2 音频编码标准，NTSC 制式 SVCD 光盘标准。"},
+    {"film-svcd", "FILM-SVCD 格式使用 MPEG2 视频编码标准，MP2 音频编码标准，电影帧率 SVCD 光盘标准。"},
+    {"pal-dvd", "PAL-DVD 格式使用 MPEG2 视频编码标准，AC3 音频编码标准，PAL 制式 DVD 光盘标准。"},
+    {"ntsc-dvd", "NTSC-DVD 格式使用 MPEG2 视频编码标准，AC3 音频编码标准，NTSC 制式 DVD 光盘标准。"},
+    {"film-dvd", "FILM-DVD 格式使用 MPEG2 视频编码标准，AC3 音频编码标准，电影帧率 DVD 光盘标准。"},
+    {"jpeg+thm", "创建带有 THM 附属预览图片的 JPEG 图片。"},
+    {"video", "仅复制视频流。"},
+    {"audio", "仅复制音频流。"},
+}};
+
+// ---- Profiles ----
+inline constexpr Text StrUserProfileTitle = "用户自定义设置方案";
+inline constexpr Text StrUserSettings = "用户设置";
+inline constexpr Text StrSaved = "已保存。";
+inline constexpr Text StrCannotSave = "无法保存。";
+inline constexpr Text StrCannotLoad = "无法载入。";
+inline constexpr Text StrLoaded = "已载入。";
+inline constexpr Text StrLoadProfileQuestion = "是否载入用户设置？";
+inline constexpr Text StrOverwriteProfileQuestion = "是否覆盖保存到已存在的文件？";
+inline constexpr Text StrApplyProfileQuestion = "是否立刻应用选定的方案：";
+inline constexpr Text StrProfileVideoUnsupported = "当前编码引擎不支持该方案的视频编码格式，请手工修改视频编码格式。";
+inline constexpr Text StrProfileAudioUnsupported = "当前编码引擎不支持该方案的音频编码格式，请手工修改音频编码格式。";
+inline constexpr Text StrProfilesLoaded = "个预置转换方案被载入。欢迎您提交转换设置到内置方案。";
+inline constexpr Text StrAllProfiles = "全部方案";
+inline constexpr Text StrBackToCategories = "返回类别选择";
+inline constexpr std::array<Text, 16> StrProfileCategories{
+    "通用视频方案", "通用音乐方案", "光盘刻录格式", "播放器/游戏机/照相机", "通用手机方案", "Apple",
+    "Android",      "HTC / 多普达", "魅族 M8",      "诺基亚手机",           "索尼爱立信",   "摩托罗拉",
+    "Samsung / LG", "BlackBerry / Palm", "日系手机", "其他手机方案",
+};
+
+// The quick chooser shown after start.
+inline constexpr Text StrChooseJoin = "影音直接合并";
+inline constexpr Text StrChooseSplit = "影音直接切割";
+inline constexpr Text StrChooseFormats = "快速转换格式";
+inline constexpr Text StrChooseProfiles = "预置转换方案";
+inline constexpr Text StrChooseLater = "暂不选择";
+inline constexpr Text StrChooseDontShow = "不再显示";
+
+}  // namespace zel
