@@ -1,0 +1,95 @@
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+
+#include "subtitles/FileHelpers.h"
+#include "subtitles/TextHelpers.h"
+#include "support/TestSupport.h"
+
+namespace zel::test {
+namespace {
+
+// Every run of zel-cli gets its own configuration and data folders.
+class ZelCliJobs : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ::setenv("XDG_CONFIG_HOME", (dir / "config").c_str(), 1);
+    ::setenv("XDG_DATA_HOME", (dir / "data").c_str(), 1);
+  }
+  void TearDown() override {
+    ::unsetenv("XDG_CONFIG_HOME");
+    ::unsetenv("XDG_DATA_HOME");
+  }
+  std::string Out(const std::vector<std::string>& args) {
+    const RunResult run = RunCli(args);
+    EXPECT_EQ(run.exitCode, 0) << run.output;
+    return run.output;
+  }
+
+  TempDir dir;
+};
+
+TEST_F(ZelCliJobs, SettingsAreReadWrittenListedAndReset) {
+  EXPECT_EQ(Out({"settings", "get", "OutputMode"}), "MP4\n");
+  EXPECT_EQ(Out({"settings", "set", "OutputMode", "MKV"}), "");
+  EXPECT_EQ(Out({"settings", "get", "outputmode"}), "MKV\n");
+  EXPECT_TRUE(FileExists(dir / "config/Calder/registry.reg"));
+
+  const std::vector<std::string> list = ReadLines(Out({"settings", "list"}));
+  EXPECT_GE(list.size(), 160u);
+  EXPECT_EQ(list.front(), "OutputMode=MKV");
+
+  // Without --yes and without a terminal the question's default, No, stands.
+  Out({"settings", "delete"});
+  EXPECT_EQ(Out({"settings", "get", "OutputMode"}), "MKV\n");
+  EXPECT_TRUE(Contains(Out({"settings", "delete", "--yes"}), "请立即重新启动程序以应用新的程序设置。"));
+  EXPECT_EQ(Out({"settings", "get", "OutputMode"}), "MP4\n");
+  EXPECT_EQ(RunCli({"settings", "get"}).exitCode, 2);
+}
+
+TEST_F(ZelCliJobs, FormatsComeFromTheToolOnThisMachine) {
+  const std::string main = Out({"formats"});
+  EXPECT_TRUE(Contains(main, "直接剪切\n直接合并\n-\nMP4\nH264\nMKV\nDIVX\nXVID\nWMV\nASF\nWEBM\n"));
+  EXPECT_TRUE(EndsWith(main, "-\n更多格式\n"));
+  EXPECT_TRUE(Contains(Out({"formats", "--more"}), "\nCopyTo\nMoveTo\n"));
+  EXPECT_EQ(Out({"formats", "--describe", "webm"}), "WebM 格式使用 VPX 视频编码标准，VORBIS 音频编码标准。\n");
+
+  const std::string defaults = Out({"formats", "--defaults", "WEBM"});
+  EXPECT_TRUE(Contains(defaults, "VideoCodec=LIBVPX\n"));
+  EXPECT_TRUE(Contains(defaults, "AudioCodec=LIBVORBIS\n"));
+  EXPECT_TRUE(Contains(defaults, "AdditionalPass1Scripts=-g 120 -qmax 51\n"));
+}
+
+TEST_F(ZelCliJobs, ProfilesAreListedShownAppliedSavedAndLoaded) {
+  const std::vector<std::string> list = ReadLines(Out({"profiles", "list"}));
+  ASSERT_GE(list.size(), 48u);
+  const std::vector<std::string> fields = Split(list.front(), "\t");
+  ASSERT_EQ(fields.size(), 3u);
+  EXPECT_EQ(fields[0] + "\t" + fields[1], "0\t通用视频方案");
+
+  const std::string title = fields[2];
+  const std::string shown = Out({"profiles", "show", title});
+  EXPECT_TRUE(StartsWith(shown, "Category=0\nTitle=" + title + "\nOutputMode="));
+  const std::string mode = GetString(shown, "OutputMode=", "\n");
+
+  EXPECT_EQ(Out({"settings", "set", "OutputMode", "WAV"}), "");
+  EXPECT_EQ(RunCli({"profiles", "apply", title}).exitCode, 1);  // no --yes: declined
+  EXPECT_EQ(Out({"settings", "get", "OutputMode"}), "WAV\n");
+  Out({"profiles", "apply", title, "--yes"});
+  EXPECT_EQ(Out({"settings", "get", "OutputMode"}), mode + "\n");
+  EXPECT_EQ(Out({"settings", "get", "Profile"}), title + "\n");
+  EXPECT_EQ(RunCli({"profiles", "show", "no such profile"}).exitCode, 1);
+
+  EXPECT_TRUE(Contains(Out({"profiles", "save"}), "用户设置已保存。"));
+  const std::vector<std::string> user = ReadLines(Out({"profiles", "user"}));
+  ASSERT_EQ(user.size(), 1u);
+  EXPECT_TRUE(StartsWith(user[0], "UserProfile, "));
+
+  EXPECT_EQ(Out({"settings", "set", "OutputMode", "WAV"}), "");
+  Out({"profiles", "load", dir / "data/ZEL/Profiles" + "/" + user[0] + ".xml", "--yes"});
+  EXPECT_EQ(Out({"settings", "get", "OutputMode"}), mode + "\n");
+}
+
+}  // namespace
+}  // namespace zel::test
