@@ -12,6 +12,9 @@ ffmpeg=$(command -v ffmpeg)
 echo "== zel-cli identify $ffmpeg"
 "$cli" identify "$ffmpeg" | cut -c1-160
 
+echo "== zel-cli formats: what this FFmpeg allows"
+"$cli" formats | paste -sd' '
+
 echo "== a 5-second sample clip"
 "$ffmpeg" -v error -y -f lavfi -i testsrc=size=640x360:rate=25:duration=5 \
   -f lavfi -i sine=frequency=440:duration=5 -shortest -pix_fmt yuv420p "$work/sample.mp4"

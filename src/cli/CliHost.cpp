@@ -7,10 +7,12 @@
 #include <iostream>
 
 #include "jobs/MainState.h"
+#include "jobs/Strings.h"
 
 namespace zel::cli {
 
 void CliHost::AddInfo(std::string_view category, std::string_view message, std::string_view) {
+  if (quietStart && category == StrInfoDone) return;
   // Information lines go beside the verb's own output, which scripts read.
   std::fprintf(stderr, "%.*s | %.*s\n", static_cast<int>(category.size()), category.data(), static_cast<int>(message.size()),
               message.data());
@@ -41,7 +43,17 @@ bool StartCli(CliHost& host, bool findTools) {
   StartOptions options;
   options.files = {"zel-cli"};  // a command line: no start-up screen
   options.findTools = findTools;
-  return Main(host, options) == StartResult::Ready;
+  host.quietStart = true;
+  const bool ready = Main(host, options) == StartResult::Ready;
+  host.quietStart = false;
+  return ready;
+}
+
+bool StartEngine(CliHost& host, FFmpegX& engine) {
+  host.quietStart = true;
+  const bool usable = InitialiseEngine(engine, host);
+  host.quietStart = false;
+  return usable;
 }
 
 }  // namespace zel::cli

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "cli/CliVerbs.h"
+#include "engine/FFmpegX.h"
 #include "jobs/JobHost.h"
 #include "jobs/StartUp.h"
 
@@ -20,6 +21,10 @@ class CliHost : public JobHost {
   bool Ask(std::string_view question, bool defaultYes) override;
   void ShowMessage(std::string_view text) override;
 
+  // While set, the start-up's report of success ("完成" lines) is left out:
+  // scripts call zel-cli again and again and want only the verb's output.
+  bool quietStart = false;
+
  private:
   bool yes_;
 };
@@ -30,5 +35,7 @@ bool TakeYes(Args& args);
 // The program's start-up as zel-cli needs it; false (with the reason shown)
 // when the tools are missing.
 bool StartCli(CliHost& host, bool findTools);
+// The FFmpeg core read into `engine`; false when it is not usable.
+bool StartEngine(CliHost& host, FFmpegX& engine);
 
 }  // namespace zel::cli

@@ -83,7 +83,7 @@ int Formats(const Args& arguments) {
 
   FFmpegX engine;
   if (!StartCli(host, true)) return 1;
-  const bool usable = InitialiseEngine(engine, host);
+  const bool usable = StartEngine(host, engine);
   if (defaults) {
     const FormatDefaultSet set = FormatDefaults(args[1], engine.CoreVideoCodec(), engine.CoreAudioCodec());
     for (const auto& [key, value] : set.Entries()) PrintLine(std::string(key) + "=" + *value);
@@ -114,7 +114,7 @@ int Profiles(const Args& arguments) {
   if ((what == "show" || what == "apply") && args.size() == 2) {
     FFmpegX engine;
     if (!StartCli(host, what == "apply")) return 1;
-    if (what == "apply") InitialiseEngine(engine, host);
+    if (what == "apply") StartEngine(host, engine);
     const Profile* profile = FindProfile(args[1]);
     if (profile == nullptr) {
       std::fprintf(stderr, "zel-cli: no ready-made profile is titled \"%s\"\n", args[1].c_str());

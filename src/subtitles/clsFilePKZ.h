@@ -63,8 +63,8 @@ class clsFilePKZ {
   // could not hold them. Count and length change in memory only.
   bool AddFile(std::string_view path, std::string_view name = {});
   // Appends bytes from memory. The recorded length is the array's upper bound,
-  // lowerBound + size - 1, while every byte is written: packs written by the
-  // original tools depend on it, so only lowerBound 1 records the true length.
+  // lowerBound + size - 1, while every byte is written: packs written by earlier
+  // versions depend on it, so only lowerBound 1 records the true length.
   bool AddByteFile(std::string_view name, std::string_view bytes, int lowerBound = 0);
   // Writes FileCount and FileLength to the disk; nothing else does, but a delete.
   bool UpDateHeader();
