@@ -77,15 +77,7 @@ std::string SuggestedProfileName() {
 }
 
 std::string UserProfilesFolder() {
-  const char* data = std::getenv("XDG_DATA_HOME");
-  std::string base;
-  if (data != nullptr && data[0] == '/') {
-    base = data;
-  } else {
-    const char* home = std::getenv("HOME");
-    base = std::string(home != nullptr ? home : "") + "/.local/share";
-  }
-  return cPath(base) + Shared().ProductId + "/Profiles/";
+  return XdgFolder("XDG_DATA_HOME", ".local/share") + Shared().ProductId + "/Profiles/";
 }
 
 bool SaveProfile(const std::string& path, JobHost& host) {

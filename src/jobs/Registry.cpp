@@ -199,15 +199,7 @@ class Store {
  public:
   std::string File() const {
     if (!override_.empty()) return override_;
-    std::string base;
-    const char* config = std::getenv("XDG_CONFIG_HOME");
-    if (config != nullptr && config[0] == '/') {
-      base = config;
-    } else {
-      const char* home = std::getenv("HOME");
-      base = std::string(home != nullptr ? home : "") + "/.config";
-    }
-    return cPath(base) + "Calder/registry.reg";
+    return XdgFolder("XDG_CONFIG_HOME", ".config") + "Calder/registry.reg";
   }
 
   void SetFile(std::string path) {

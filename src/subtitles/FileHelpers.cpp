@@ -134,6 +134,13 @@ FileLock::~FileLock() {
   if (fd_ >= 0) ::close(fd_);
 }
 
+std::string XdgFolder(const char* variable, std::string_view fallback) {
+  const char* value = std::getenv(variable);
+  if (value != nullptr && value[0] == '/') return cPath(value);
+  const char* home = std::getenv("HOME");
+  return cPath(std::string(home != nullptr ? home : "") + "/" + std::string(fallback));
+}
+
 std::string TempDirectory() {
   const char* dir = std::getenv("TMPDIR");
   if (dir != nullptr && *dir != '\0' && DirectoryExists(dir)) return dir;

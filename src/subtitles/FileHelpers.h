@@ -64,6 +64,10 @@ class FileLock {
   int fd_ = -1;
 };
 
+// An XDG base folder with a final "/": the variable when it holds an absolute
+// path, else $HOME plus `fallback` (".config", ".local/share").
+std::string XdgFolder(const char* variable, std::string_view fallback);
+
 // The first file of that name in the folders of $PATH, or "" when there is none.
 std::string FindOnPath(std::string_view name);
 

@@ -145,14 +145,10 @@ TEST_F(RegistryStore, TheTableHoldsEveryKeyOnceWithItsDefaults) {
   Shared().ProgramFolder = "/opt/zel/";
   EXPECT_EQ(ReadSetting("MaxThreads"), "6");
   EXPECT_EQ(ReadSetting("ToolsFolder"), "/opt/zel/Tools/");
-  EXPECT_EQ(ReadSetting("InfoCopyright"), "影音工坊");
   EXPECT_TRUE(EndsWith(ReadSetting("ImageGrabberCommentString"), " ZEL Screenshot"));
   EXPECT_TRUE(EndsWith(ReadSetting("OutputFolder"), "/"));
-  EXPECT_EQ(ReadSetting("AVSInsertImageTime"), "5s");
   EXPECT_EQ(SettingSecondDefault("AVSInsertImageTime"), "10s");
   EXPECT_EQ(SettingSecondDefault("VideoFrame"), "23");
-  EXPECT_TRUE(SettingIsYes("RemoveFileAfterCanceled"));
-  EXPECT_FALSE(SettingIsYes("Twopass"));
   EXPECT_EQ(BuildSettingsPath("ZEL Pro"), "Software\\Calder\\ZEL_Pro\\Settings");
 }
 

@@ -127,6 +127,7 @@ TEST_F(StartUp, TheEngineIsTestedAndAviSynthReportedOptional) {
   ASSERT_TRUE(InitialiseEngine(engine, host));
   EXPECT_EQ(host.infos.at(0), "完成 | FFmpeg Initialized");
   EXPECT_TRUE(Contains(engine.CoreInputFormats(), "MATROSKA"));
+  EXPECT_EQ(ToolCredits(engine).at(0), "FFmpeg " + engine.CoreVersion());
 
   // Debian packages no AviSynth+, so this machine must say it is optional.
   if (!FFmpegX::AviSynthInstalled()) {
