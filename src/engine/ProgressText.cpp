@@ -28,13 +28,15 @@ std::optional<std::string> RemainderText(double elapsedMs, double value, double 
   return text;
 }
 
-std::string ClockNow() {
+std::string ClockNow() { return FormatLocalNow("%H:%M:%S"); }
+
+std::string FormatLocalNow(const char* format) {
   const std::time_t now = std::time(nullptr);
   std::tm local{};
   localtime_r(&now, &local);
-  char buffer[16];
-  std::strftime(buffer, sizeof buffer, "%H:%M:%S", &local);
-  return buffer;
+  char buffer[128];
+  const size_t length = std::strftime(buffer, sizeof buffer, format, &local);
+  return std::string(buffer, length);
 }
 
 }  // namespace zel

@@ -21,5 +21,7 @@ std::optional<std::string> RemainderText(double elapsedMs, double value, double 
 
 // The wall clock now as "HH:MM:SS".
 std::string ClockNow();
+// The local time now, through strftime's format.
+std::string FormatLocalNow(const char* format);
 
 }  // namespace zel

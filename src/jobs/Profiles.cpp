@@ -5,9 +5,9 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <ctime>
 #include <filesystem>
 
+#include "engine/ProgressText.h"
 #include "jobs/JobHost.h"
 #include "jobs/MainState.h"
 #include "jobs/Settings.h"
@@ -67,14 +67,7 @@ std::string UserProfileText() {
   return text;
 }
 
-std::string SuggestedProfileName() {
-  const std::time_t now = std::time(nullptr);
-  std::tm local{};
-  localtime_r(&now, &local);
-  char name[64];
-  std::strftime(name, sizeof name, "UserProfile, %Y-%m-%d, %H-%M-%S.xml", &local);
-  return name;
-}
+std::string SuggestedProfileName() { return FormatLocalNow("UserProfile, %Y-%m-%d, %H-%M-%S.xml"); }
 
 std::string UserProfilesFolder() {
   return XdgFolder("XDG_DATA_HOME", ".local/share") + Shared().ProductId + "/Profiles/";

@@ -3,8 +3,8 @@
 #include <QStandardPaths>
 
 #include <cstdlib>
-#include <ctime>
 
+#include "engine/ProgressText.h"
 #include "jobs/MainState.h"
 #include "jobs/Registry.h"
 #include "jobs/Strings.h"
@@ -26,12 +26,7 @@ std::string HomeFolder() {
 
 std::string ProcessorCountText() { return std::to_string(Shared().ProcessorCount); }
 
-std::string ScreenshotComment() {
-  const std::time_t now = std::time(nullptr);
-  std::tm local{};
-  localtime_r(&now, &local);
-  return std::to_string(local.tm_year + 1900) + " " + std::string(StrScreenshotComment);
-}
+std::string ScreenshotComment() { return FormatLocalNow("%Y ") + std::string(StrScreenshotComment); }
 
 std::string ProductName() { return Shared().ProductName; }
 
@@ -226,9 +221,8 @@ const SettingKey kKeys[] = {
 std::span<const SettingKey> SettingKeys() { return kKeys; }
 
 const SettingKey* FindSettingKey(std::string_view name) {
-  const std::string lower = LowerAscii(name);
   for (const SettingKey& key : kKeys) {
-    if (LowerAscii(key.name) == lower) return &key;
+    if (key.name.size() == name.size() && FindNoCase(key.name, name) == 0) return &key;
   }
   return nullptr;
 }

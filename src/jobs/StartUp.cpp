@@ -9,6 +9,7 @@
 #include <filesystem>
 
 #include "engine/FFmpegX.h"
+#include "engine/ProgressText.h"
 #include "jobs/DiagnosticsLog.h"
 #include "jobs/FormatCatalogue.h"
 #include "jobs/JobHost.h"
@@ -41,12 +42,11 @@ std::string RunningProgram() {
   return error ? std::string() : path.string();
 }
 
+// "+8" from "+0800".
 std::string TimeZoneText() {
-  const std::time_t now = std::time(nullptr);
-  std::tm local{};
-  localtime_r(&now, &local);
-  const long hours = local.tm_gmtoff / 3600;
-  return (hours < 0 ? "-" : "+") + std::to_string(hours < 0 ? -hours : hours);
+  const std::string zone = FormatLocalNow("%z");
+  if (zone.size() < 3) return zone;
+  return zone.substr(0, 1) + std::to_string(static_cast<int>(Val(zone.substr(1, 2))));
 }
 
 // The tool in ToolsPath, else the first of its names on PATH, else the path
