@@ -170,7 +170,7 @@ StartResult Main(JobHost& host, const StartOptions& options) {
   state.ShowSystemEffect = SettingIsYes("ShowSystemEffect");
   log.Write("载入版本信息");
   state.ProductName = "影音工坊";
-  state.ProductKind = ProductKindFor(state.ProgramPath, options.files);
+  state.ProductKind = options.karaoke ? kProductKaraoke : ProductKindFor(state.ProgramPath, options.files);
 
   const int build = ProgramBuildNumber();
   state.NewBuildPending = NewBuildPending(build);

@@ -17,7 +17,8 @@ struct StartOptions {
   std::string programPath;
   // Files named on the command line: no start-up screen then.
   std::vector<std::string> files;
-  // Started as the karaoke builder ("--karaoke", or a program name with "karaoke").
+  // Started as the karaoke builder by the caller's own decision; "--karaoke" among
+  // the arguments or a program name with "karaoke" count as well.
   bool karaoke = false;
   // Verbs that only touch the store need no tools.
   bool findTools = true;
