@@ -46,8 +46,7 @@ TEST(CoreCapabilities, TodaysListsGainTheEncoderNames) {
     EXPECT_TRUE(Holds(lists.audio, codec)) << codec;
   }
   EXPECT_FALSE(Holds(lists.audio, "AMR_NB"));  // Debian has no AMR encoder
-  EXPECT_TRUE(Holds(lists.subtitle, "ASS"));
-  EXPECT_TRUE(Holds(lists.subtitle, "SRT"));
+  for (const char* codec : {"ASS", "SRT"}) EXPECT_TRUE(Holds(lists.subtitle, codec)) << codec;
   // The legacy reading of the same text knows nothing of the annotations.
   EXPECT_FALSE(Holds(ParseFFmpegCapabilities(text, ToolDialect::Legacy).video, "LIBX264"));
 }
@@ -67,13 +66,8 @@ TEST(CoreCapabilities, BannersIdentifyEachTool) {
     if (args == "-version") return "MP4Box - GPAC version 0.4.6-DEV-rev1 - compiled Jan 1 2010\n";
     return "";
   };
-  struct Case {
-    const char* banner;
-    int status;
-    const char* name;
-    const char* version;
-  };
-  const Case cases[] = {
+  // Banner, status, name, version.
+  const std::tuple<const char*, int, const char*, const char*> cases[] = {
       {"FFmpeg version SVN-r19352, Copyright (c) 2000-2009", kCoreFFmpeg, "FFmpeg", "SVN-r19352"},
       {"ffmpeg version 5.1.9-0+deb12u1 Copyright (c) 2000-2026", kCoreFFmpeg, "FFmpeg", "5.1.9-0+deb12u1"},
       {"MEncoder UNKNOWN-12 (C) 2000-2023 MPlayer Team\nNo file given\n", kCoreMEncoder, "MEncoder", "UNKNOWN-12"},
@@ -86,11 +80,10 @@ TEST(CoreCapabilities, BannersIdentifyEachTool) {
       {"usage: some other tool\n", kCoreNone, "", ""},
       {"", kCoreNone, "", ""},
   };
-  for (const Case& c : cases) {
-    const CoreIdentity id = IdentifyCore(c.banner, rerun);
-    EXPECT_EQ(id.status, c.status) << c.banner;
-    EXPECT_EQ(id.name, c.name) << c.banner;
-    EXPECT_EQ(id.version, c.version) << c.banner;
+  for (const auto& [banner, status, name, version] : cases) {
+    const CoreIdentity id = IdentifyCore(banner, rerun);
+    EXPECT_EQ(std::tie(id.status, id.name, id.version), std::tuple(status, std::string(name), std::string(version)))
+        << banner;
   }
   EXPECT_EQ(reruns, (std::vector<std::string>{"--help", "-version"}));
   EXPECT_EQ(IdentifyCore("ffmpeg version 5.1 Copyright", rerun).dialect, ToolDialect::Today);

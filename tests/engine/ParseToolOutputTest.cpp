@@ -1,28 +1,27 @@
 #include <gtest/gtest.h>
 
 #include "engine/FFmpegX.h"
+#include "support/TestSupport.h"
 
 namespace zel {
 namespace {
 
-struct Event {
-  int status;
-  std::string info;
-};
+using Events = std::vector<test::Event>;
 
-class ParseToolOutputTest : public ::testing::Test {
+class ParseToolOutputTest : public test::EngineTest {
  protected:
-  ParseToolOutputTest() {
-    engine.StatusChange = [this](int status, const std::string& info) { events.push_back({status, info}); };
-  }
   // A bare command line learns its length from the tool, so that Value can be read.
   void GiveLength() {
     engine.CommandLine = "\"tool\"";
     engine.ParseToolOutput("  Duration: 00:01:39.00, start: 0.000000, bitrate: 1 kb/s\r\n");
     events.clear();
   }
-  FFmpegX engine;
-  std::vector<Event> events;
+  // The events of one block alone.
+  Events Parse(const std::string& block) {
+    events.clear();
+    engine.ParseToolOutput(block);
+    return events;
+  }
 };
 
 TEST_F(ParseToolOutputTest, ErrorRowsReportTheirOwnTexts) {
@@ -42,60 +41,50 @@ TEST_F(ParseToolOutputTest, ErrorRowsReportTheirOwnTexts) {
        "Encoder (x) not found for output stream"},
   };
   for (const auto& [block, info] : cases) {
-    events.clear();
-    engine.ParseToolOutput(block);
-    ASSERT_EQ(events.size(), 1u) << block;
-    EXPECT_EQ(events[0].status, kStatusError) << block;
-    EXPECT_EQ(events[0].info, info) << block;
+    EXPECT_EQ(Parse(block), (Events{{kStatusError, info}})) << block;
     EXPECT_EQ(engine.Status(), kStatusError);
   }
 }
 
 TEST_F(ParseToolOutputTest, FFmpegProgressLegacyAndToday) {
+  // Each line: the value it gives, and the speed (0 without "frame=" at the start).
+  const std::tuple<const char*, int, int> cases[] = {
+      {"frame=  100 fps= 25 q=2.0 size=    1024kB time=00:00:04.00 bitrate=2097.2kbits/s", 4, 25},
+      {"frame=  100 fps= 25 q=2.0 size= 1024kB time=4.00 bitrate=...", 4, 25},
+      // Two-digit hours with a point fit no mask: the seconds are rounded, ties to even.
+      {"size=     512kB time=00:01:05.50 bitrate=  64.0kbits/s speed=80x", 66, 0},
+      {"frame=   12 fps=3.5 q=-1.0 size=N/A time=00:00:04.50 bitrate=N/A", 4, 4},
+      {"frame= 1 fps=0 q=0 size= 1kB time=00:01:45.00 bitrate=1", 0, 0},  // past the length it reads 0
+      // A line cut before the blank after the time gives no time at all.
+      {"frame= 1 fps=0 q=0 size= 1kB time=00:00:09.00", 0, 0},
+  };
   GiveLength();
-  engine.ParseToolOutput("frame=  100 fps= 25 q=2.0 size=    1024kB time=00:00:04.00 bitrate=2097.2kbits/s\r");
-  EXPECT_EQ(engine.Value(), 4);
-  EXPECT_EQ(engine.SpeedFps(), 25);
-  ASSERT_EQ(events.size(), 1u);
-  EXPECT_EQ(events[0].status, kStatusProcessing);
-  EXPECT_EQ(events[0].info, "frame=  100 fps= 25 q=2.0 size=    1024kB time=00:00:04.00 bitrate=2097.2kbits/s");
-
-  engine.ParseToolOutput("frame=  100 fps= 25 q=2.0 size= 1024kB time=4.00 bitrate=...");
-  EXPECT_EQ(engine.Value(), 4);
-  EXPECT_EQ(engine.SpeedFps(), 25);
-
-  // Two-digit hours with a point fit no mask: the seconds are rounded, ties to even.
-  engine.ParseToolOutput("size=     512kB time=00:01:05.50 bitrate=  64.0kbits/s speed=80x");
-  EXPECT_EQ(engine.Value(), 66);
-  EXPECT_EQ(engine.SpeedFps(), 0);  // no "frame=" at the start
-  engine.ParseToolOutput("frame=   12 fps=3.5 q=-1.0 size=N/A time=00:00:04.50 bitrate=N/A");
-  EXPECT_EQ(engine.Value(), 4);
-  EXPECT_EQ(engine.SpeedFps(), 4);
-
-  // A line cut before the blank after the time gives no time at all.
-  engine.ParseToolOutput("frame= 1 fps=0 q=0 size= 1kB time=00:00:09.00");
-  EXPECT_EQ(engine.Value(), 0);
+  EXPECT_EQ(engine.Max(), 100);
+  for (const auto& [line, value, fps] : cases) {
+    EXPECT_EQ(Parse(std::string(line) + "\r"), (Events{{kStatusProcessing, line}}));
+    EXPECT_EQ(engine.Value(), value) << line;
+    EXPECT_EQ(engine.SpeedFps(), fps) << line;
+  }
 }
 
 TEST_F(ParseToolOutputTest, SearchingForTheStartNeverMovesTheValue) {
   GiveLength();
   engine.ParseToolOutput("frame= 1 size= 0kB time=00:00:07.00 bitrate=0");
-  engine.ParseToolOutput("frame=    0 fps=0.0 q=0.0 size=       0kB time=10000000000.00 bitrate=0");
+  const auto searching = Parse("frame=    0 fps=0.0 q=0.0 size=       0kB time=10000000000.00 bitrate=0");
   EXPECT_EQ(engine.Value(), 7);
-  ASSERT_EQ(events.size(), 2u);
-  EXPECT_EQ(events[1].status, kStatusSearching);
+  ASSERT_EQ(searching.size(), 1u);
+  EXPECT_EQ(searching[0].status, kStatusSearching);
   EXPECT_EQ(engine.Status(), kStatusSearching);
 }
 
 TEST_F(ParseToolOutputTest, DurationSetsTheLengthOnlyForABareCommandLine) {
-  engine.ParseToolOutput("  Duration: 00:00:10.00, start: 0.000000, bitrate: 1234 kb/s\n");
+  const std::string info = "Duration: 00:00:10.00, start: 0.000000, bitrate: 1234 kb/s";
+  const std::string duration = "  " + info + "\n";
+  EXPECT_EQ(Parse(duration), (Events{{kStatusInfoString, info}}));
   EXPECT_EQ(engine.Max(), 1);  // a composed job has its length from the probe
-  ASSERT_EQ(events.size(), 1u);
-  EXPECT_EQ(events[0].status, kStatusInfoString);
-  EXPECT_EQ(events[0].info, "Duration: 00:00:10.00, start: 0.000000, bitrate: 1234 kb/s");
 
   engine.CommandLine = "\"ffmpeg\" -i x";
-  engine.ParseToolOutput("  Duration: 00:00:10.00, start: 0.000000, bitrate: 1234 kb/s\n");
+  engine.ParseToolOutput(duration);
   EXPECT_EQ(engine.Max(), 11);
   engine.ParseToolOutput("Input #0, start: 1.5, something\n");  // the second mark alone
   EXPECT_EQ(events.back().status, kStatusInfoString);
@@ -104,13 +93,10 @@ TEST_F(ParseToolOutputTest, DurationSetsTheLengthOnlyForABareCommandLine) {
 
 TEST_F(ParseToolOutputTest, MEncoderPositionAgainstRangeAndDuration) {
   const std::string line = "Pos:  12.3s    307f ( 42%) 25.1fps Trem:   0min   2mb  A-V:0.000 [0:0]";
-  engine.ParseToolOutput(line + "\r");
+  EXPECT_EQ(Parse(line + "\r"), (Events{{kStatusProcessing, line.substr(4)}}));
   EXPECT_EQ(engine.Max(), 100);  // no range, no duration: percent
   EXPECT_EQ(engine.Value(), 42);
   EXPECT_EQ(engine.SpeedFps(), 25);
-  ASSERT_EQ(events.size(), 1u);
-  EXPECT_EQ(events[0].status, kStatusProcessing);
-  EXPECT_EQ(events[0].info, "  12.3s    307f ( 42%) 25.1fps Trem:   0min   2mb  A-V:0.000 [0:0]");
 
   engine.TimeStartPoint = 10;
   engine.TimeEndPoint = 40;
@@ -131,29 +117,19 @@ TEST_F(ParseToolOutputTest, PercentRowsOfOtherTools) {
       {"Progress: 55%", 55},
   };
   for (const auto& [block, value] : cases) {
-    events.clear();
-    engine.ParseToolOutput(block);
+    EXPECT_EQ(Parse(block), (Events{{kStatusProcessing, block}}));
     EXPECT_EQ(engine.Max(), 100) << block;
     EXPECT_FLOAT_EQ(engine.Value(), value) << block;
-    ASSERT_EQ(events.size(), 1u) << block;
-    EXPECT_EQ(events[0].status, kStatusProcessing) << block;
-    EXPECT_EQ(events[0].info, block);
   }
-  events.clear();
-  engine.ParseToolOutput("Writing packet no 1234\r\n");
-  ASSERT_EQ(events.size(), 1u);
-  EXPECT_EQ(events[0].status, kStatusProcessing);
+  EXPECT_EQ(Parse("Writing packet no 1234\r\n"), (Events{{kStatusProcessing, "Writing packet no 1234"}}));
   EXPECT_EQ(engine.Max(), 100);
 }
 
 TEST_F(ParseToolOutputTest, AnythingElseIsInformationAndEmptyIsNothing) {
-  engine.ParseToolOutput("Stream mapping:\r\n  Stream #0:0 -> #0:0 (mpeg4 (native) -> h264 (libx264))\r\n");
-  ASSERT_EQ(events.size(), 1u);
-  EXPECT_EQ(events[0].status, kStatusInfoString);
-  EXPECT_EQ(events[0].info, "Stream mapping:  Stream #0:0 -> #0:0 (mpeg4 (native) -> h264 (libx264))");
-  engine.ParseToolOutput("\r\n   \r\n");
-  engine.ParseToolOutput("");
-  EXPECT_EQ(events.size(), 1u);
+  EXPECT_EQ(Parse("Stream mapping:\r\n  Stream #0:0 -> #0:0 (mpeg4 (native) -> h264 (libx264))\r\n"),
+            (Events{{kStatusInfoString, "Stream mapping:  Stream #0:0 -> #0:0 (mpeg4 (native) -> h264 (libx264))"}}));
+  EXPECT_EQ(Parse("\r\n   \r\n"), Events{});
+  EXPECT_EQ(Parse(""), Events{});
 }
 
 }  // namespace

@@ -33,9 +33,7 @@ TEST(FileHelpers, WriteTextReplacesOrAppendsWithLineEnds) {
   EXPECT_EQ(ReadText(path), "again\n");
   EXPECT_EQ(ReadText(dir / "missing"), "");
   // The replacing write leaves no temporary file behind.
-  int entries = 0;
-  for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(dir.path())) ++entries;
-  EXPECT_EQ(entries, 1);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 1);
   EXPECT_FALSE(WriteText("x", dir / "no/such/folder/t.txt", false));
 }
 

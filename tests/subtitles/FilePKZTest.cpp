@@ -30,23 +30,28 @@ std::string EntryBytes(const std::string& name, int32_t length, const std::strin
   return LE(static_cast<uint32_t>(name.size()), 2) + name + LE(static_cast<uint32_t>(length), 4) + data;
 }
 
-// An archive named a.pkz in `dir`, created and left open.
-void Create(clsFilePKZ& pkz, const test::TempDir& dir) {
-  pkz.SetFilename(dir / "a.pkz");
-  ASSERT_TRUE(pkz.CreateAchive());
-}
+// An archive a.pkz, created and left open.
+class FilePKZ : public ::testing::Test {
+ protected:
+  FilePKZ() {
+    pkz.SetFilename(archive);
+    EXPECT_TRUE(pkz.CreateAchive());
+  }
+  std::string OnDisk() const { return ReadText(archive); }
 
-TEST(FilePKZ, LayoutByteByByte) {
   test::TempDir dir;
+  std::string archive = dir / "a.pkz";
   clsFilePKZ pkz;
-  Create(pkz, dir);
-  EXPECT_EQ(ReadText(dir / "a.pkz"), Header(0, 0));
+};
+
+TEST_F(FilePKZ, LayoutByteByByte) {
+  EXPECT_EQ(OnDisk(), Header(0, 0));
   ASSERT_EQ(Header(0, 0), std::string("PKZ\x01\0\0\0\0\x0f\0\0\0\0\0", 14));
   ASSERT_TRUE(pkz.AddByteFile("名", "xyz", 1));
   ASSERT_TRUE(pkz.AddByteFile("e", "", 1));
   ASSERT_TRUE(pkz.UpDateHeader());
   pkz.CloseAchive();
-  EXPECT_EQ(ReadText(dir / "a.pkz"), Header(2, 3) + EntryBytes("名", 3, "xyz") + EntryBytes("e", 0, ""));
+  EXPECT_EQ(OnDisk(), Header(2, 3) + EntryBytes("名", 3, "xyz") + EntryBytes("e", 0, ""));
 
   ASSERT_TRUE(pkz.OpenAchive());
   EXPECT_EQ(pkz.Signature(), "PKZ");
@@ -65,19 +70,16 @@ TEST(FilePKZ, LayoutByteByByte) {
   EXPECT_EQ(ReadText(dir / "long.pkz"), Header(0, 0) + std::string(26, 'z'));
 }
 
-TEST(FilePKZ, CountReachesTheDiskOnlyThroughUpDateHeader) {
-  test::TempDir dir;
+TEST_F(FilePKZ, CountReachesTheDiskOnlyThroughUpDateHeader) {
+  const std::string binary("\0\xff\n", 3);
   ASSERT_TRUE(WriteFileAtomic(dir / "one.txt", "first"));
-  ASSERT_TRUE(WriteFileAtomic(dir / "two.bin", std::string("\0\xff\n", 3)));
-  clsFilePKZ pkz;
-  Create(pkz, dir);
+  ASSERT_TRUE(WriteFileAtomic(dir / "two.bin", binary));
   ASSERT_TRUE(pkz.AddFile(dir / "one.txt"));
   ASSERT_TRUE(pkz.AddFile(dir / "two.bin", "folder\\two.bin"));
   EXPECT_EQ(pkz.FileCount(), 2);
   EXPECT_EQ(pkz.FileLength(), 8);
   pkz.CloseAchive();
-  EXPECT_EQ(ReadText(dir / "a.pkz"), Header(0, 0) + EntryBytes("one.txt", 5, "first") +
-                                         EntryBytes("folder\\two.bin", 3, std::string("\0\xff\n", 3)));
+  EXPECT_EQ(OnDisk(), Header(0, 0) + EntryBytes("one.txt", 5, "first") + EntryBytes("folder\\two.bin", 3, binary));
 
   // A closed archive does nothing.
   EXPECT_FALSE(pkz.IsOpen());
@@ -92,14 +94,14 @@ TEST(FilePKZ, CountReachesTheDiskOnlyThroughUpDateHeader) {
   EXPECT_EQ(pkz.FileCount(), 0);
   EXPECT_TRUE(pkz.Entries().empty());
   EXPECT_EQ(pkz.GetFileInfo(1), "folder\\two.bin");
-  EXPECT_EQ(pkz.ExtractFile(1), std::string("\0\xff\n", 3));
+  EXPECT_EQ(pkz.ExtractFile(1), binary);
 
   // A file too long for the length field is refused, the archive untouched.
-  const std::string before = ReadText(dir / "a.pkz");
+  const std::string before = OnDisk();
   ASSERT_TRUE(WriteFileAtomic(dir / "big", ""));
   ASSERT_EQ(::truncate((dir / "big").c_str(), int64_t{1} << 31), 0);  // sparse: no disk used
   EXPECT_FALSE(pkz.AddFile(dir / "big"));
-  EXPECT_EQ(ReadText(dir / "a.pkz"), before);
+  EXPECT_EQ(OnDisk(), before);
   EXPECT_EQ(pkz.FileCount(), 0);
 
   clsFilePKZ missing;
@@ -109,55 +111,45 @@ TEST(FilePKZ, CountReachesTheDiskOnlyThroughUpDateHeader) {
   EXPECT_FALSE(FileExists(dir / "none.pkz"));
 }
 
-TEST(FilePKZ, AddByteFileRecordsTheUpperBound) {
-  test::TempDir dir;
-  clsFilePKZ pkz;
-  Create(pkz, dir);
+TEST_F(FilePKZ, AddByteFileRecordsTheUpperBound) {
   ASSERT_TRUE(pkz.AddByteFile("zero", "abcde"));
   EXPECT_EQ(pkz.FileLength(), 4);
   EXPECT_EQ(pkz.GetFileLength(0), 4);
   EXPECT_EQ(pkz.ExtractFile(0), "abcd");
-  EXPECT_EQ(ReadText(dir / "a.pkz"), Header(0, 0) + EntryBytes("zero", 4, "abcde"));
+  EXPECT_EQ(OnDisk(), Header(0, 0) + EntryBytes("zero", 4, "abcde"));
   EXPECT_FALSE(pkz.AddByteFile("empty", ""));  // would record -1
   EXPECT_EQ(pkz.FileCount(), 1);
 }
 
-TEST(FilePKZ, DeleteRewritesWithoutTheEntry) {
-  test::TempDir dir;
-  clsFilePKZ pkz;
-  Create(pkz, dir);
-  ASSERT_TRUE(pkz.AddByteFile("a", "11", 1));
-  ASSERT_TRUE(pkz.AddByteFile("b", "222", 1));
-  ASSERT_TRUE(pkz.AddByteFile("c", "3333", 1));
+TEST_F(FilePKZ, DeleteRewritesWithoutTheEntry) {
+  const std::pair<const char*, const char*> entries[] = {{"a", "11"}, {"b", "222"}, {"c", "3333"}};
+  for (const auto& [name, data] : entries) ASSERT_TRUE(pkz.AddByteFile(name, data, 1));
   ASSERT_TRUE(pkz.UpDateHeader());
-  const std::string before = ReadText(dir / "a.pkz");
+  const std::string before = OnDisk();
   EXPECT_FALSE(pkz.DeleteFile(3));
   EXPECT_FALSE(pkz.DeleteFile(-1));
-  EXPECT_EQ(ReadText(dir / "a.pkz"), before);
+  EXPECT_EQ(OnDisk(), before);
 
   ASSERT_TRUE(pkz.DeleteFile(1));
   EXPECT_TRUE(pkz.IsOpen());
-  EXPECT_EQ(ReadText(dir / "a.pkz"), Header(2, 6) + EntryBytes("a", 2, "11") + EntryBytes("c", 4, "3333"));
+  EXPECT_EQ(OnDisk(), Header(2, 6) + EntryBytes("a", 2, "11") + EntryBytes("c", 4, "3333"));
   EXPECT_EQ(pkz.ExtractFile(1), "3333");
-  EXPECT_FALSE(FileExists(dir / "a.pkz.tmp"));
+  EXPECT_FALSE(FileExists(archive + ".tmp"));
 
   // The header in memory is the truth: an entry not yet counted on disk survives.
   ASSERT_TRUE(pkz.AddByteFile("d", "4", 1));
   ASSERT_TRUE(pkz.DeleteFile(0));
-  EXPECT_EQ(ReadText(dir / "a.pkz"), Header(2, 5) + EntryBytes("c", 4, "3333") + EntryBytes("d", 1, "4"));
+  const std::string kept = OnDisk();
+  EXPECT_EQ(kept, Header(2, 5) + EntryBytes("c", 4, "3333") + EntryBytes("d", 1, "4"));
 
   // When the temporary file cannot be made the original stays as it was.
-  const std::string kept = ReadText(dir / "a.pkz");
-  ASSERT_TRUE(MakedPath(dir / "a.pkz.tmp"));
+  ASSERT_TRUE(MakedPath(archive + ".tmp"));
   EXPECT_FALSE(pkz.DeleteFile(0));
-  EXPECT_EQ(ReadText(dir / "a.pkz"), kept);
+  EXPECT_EQ(OnDisk(), kept);
   EXPECT_EQ(pkz.GetFileInfo(1), "d");
 }
 
-TEST(FilePKZ, ZeroLengthEntries) {
-  test::TempDir dir;
-  clsFilePKZ pkz;
-  Create(pkz, dir);
+TEST_F(FilePKZ, ZeroLengthEntries) {
   ASSERT_TRUE(pkz.AddByteFile("empty", "", 1));
   ASSERT_TRUE(pkz.AddByteFile("full", "x", 1));
   EXPECT_EQ(pkz.ExtractFile(0), "");
@@ -174,12 +166,9 @@ TEST(FilePKZ, ZeroLengthEntries) {
   EXPECT_EQ(events, (std::vector<std::pair<int, int>>{{1, 2}, {2, 2}}));
 }
 
-TEST(FilePKZ, ExtractAllKeepsEveryNameInsideTheFolder) {
-  test::TempDir dir;
+TEST_F(FilePKZ, ExtractAllKeepsEveryNameInsideTheFolder) {
   std::string binary;
   for (int i = 0; i < 256; ++i) binary += static_cast<char>(i);
-  clsFilePKZ pkz;
-  Create(pkz, dir);
   const std::string hostile[] = {"../evil1", dir / "evil2", "sub/../../evil3", "ok\\..\\..\\evil4", ""};
   ASSERT_TRUE(pkz.AddByteFile("sub/a.bin", binary, 1));
   for (const std::string& name : hostile) ASSERT_TRUE(pkz.AddByteFile(name, "bad", 1));
@@ -189,15 +178,15 @@ TEST(FilePKZ, ExtractAllKeepsEveryNameInsideTheFolder) {
   EXPECT_FALSE(pkz.ExtractAll(dir / "x/y"));
   EXPECT_EQ(events, 7);
   EXPECT_EQ(ReadText(dir / "x/y/sub/a.bin"), binary);
-  EXPECT_EQ(ReadText(dir / "x/y/win/dir/b.txt"), "b");
   std::set<std::string> files;
   for (const auto& entry : std::filesystem::recursive_directory_iterator(dir.path())) {
     if (entry.is_regular_file()) files.insert(entry.path().lexically_relative(dir.path()).string());
   }
   EXPECT_EQ(files, (std::set<std::string>{"a.pkz", "x/y/sub/a.bin", "x/y/win/dir/b.txt"}));
+  EXPECT_EQ(ReadText(dir / "x/y/win/dir/b.txt"), "b");
 }
 
-TEST(FilePKZ, DamagedFilesGiveEmptyResults) {
+TEST_F(FilePKZ, DamagedFilesGiveEmptyResults) {
   const std::pair<const char*, std::string> cases[] = {
       {"truncated header", std::string("PKZ\x01\x01\0", 6)},
       {"count without entries", Header(1, 0)},
@@ -210,7 +199,7 @@ TEST(FilePKZ, DamagedFilesGiveEmptyResults) {
       {"data start moved", Header(1, 1, 1) + EntryBytes("a", 1, "x")},
   };
   for (const auto& [what, bytes] : cases) {
-    test::TempDir dir;
+    test::TempDir dir;  // each case in a folder of its own
     ASSERT_TRUE(WriteFileAtomic(dir / "d.pkz", bytes));
     clsFilePKZ pkz;
     pkz.SetFilename(dir / "d.pkz");

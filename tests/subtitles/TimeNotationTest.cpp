@@ -72,38 +72,29 @@ TEST(TimeNotation, MasksNumbersAndFallbackReadTheSameText) {
       {"3000000", ",", 0, 3000000},           // numeric: the milliseconds overflow
   };
   for (const ParseCase& c : cases) {
-    std::string text = c.text, separator = c.separator;
-    EXPECT_EQ(TimeToMSecs(text, separator), c.msecs) << '"' << c.text << "\" with \"" << c.separator << '"';
-    text = c.text;
+    std::string text = c.text, again = c.text, separator = c.separator;
     bool withFraction = true;
-    EXPECT_NEAR(TimeToSec(text, withFraction, separator), c.secs, 1e-9)
-        << '"' << c.text << "\" with \"" << c.separator << '"';
+    EXPECT_EQ(TimeToMSecs(text, separator), c.msecs) << '"' << c.text << "\" with \"" << c.separator << '"';
+    EXPECT_NEAR(TimeToSec(again, withFraction, separator), c.secs, 1e-9) << '"' << c.text << "\" with " << c.separator;
   }
 }
 
 TEST(TimeNotation, BlanksBecomeZerosInTheCallersText) {
-  std::string text = "0: 1: 2,500";
-  std::string separator = ",";
+  std::string text = "0: 1: 2,500", again = " 1:02", separator = ",";
+  bool withFraction = true;
   EXPECT_EQ(TimeToMSecs(text, separator), 62500);
   EXPECT_EQ(text, "0:01:02,500");
-
-  std::string again = " 1:02";
-  bool withFraction = true;
   EXPECT_EQ(TimeToSec(again, withFraction, separator), 62);
   EXPECT_EQ(again, "01:02");
 }
 
 TEST(TimeNotation, WithoutFractionOnlyWholeSecondsExceptForNumbers) {
   bool withFraction = false;
-  std::string separator = ",";
-  std::string masked = "01:02:03,450";
-  EXPECT_EQ(TimeToSec(masked, withFraction, separator), 3723);
-  std::string fallback = "01:02:03.45";
-  std::string dot = ".";
+  std::string masked = "01:02:03,450", fallback = "01:02:03.45", numeric = "12.5", comma = ",", dot = ".";
+  EXPECT_EQ(TimeToSec(masked, withFraction, comma), 3723);
   EXPECT_EQ(TimeToSec(fallback, withFraction, dot), 3723);
   // A plain number is returned as it stands, whatever the switch says.
-  std::string numeric = "12.5";
-  EXPECT_EQ(TimeToSec(numeric, withFraction, separator), 12.5);
+  EXPECT_EQ(TimeToSec(numeric, withFraction, comma), 12.5);
 }
 
 }  // namespace

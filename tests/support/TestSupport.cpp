@@ -82,4 +82,6 @@ std::vector<std::string> ReadLines(const std::string& text) {
   return lines;
 }
 
+std::ostream& operator<<(std::ostream& out, const Event& e) { return out << e.status << " " << e.info; }
+
 }  // namespace zel::test

@@ -1,8 +1,14 @@
 // Helpers shared by the tests: scratch folders, fake tools, child runs, clips.
 #pragma once
 
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <ostream>
 #include <string>
 #include <vector>
+
+#include "engine/FFmpegX.h"
 
 namespace zel::test {
 
@@ -43,5 +49,26 @@ void MakeClip(const std::string& path, int seconds, const std::string& size = "1
 std::string ProbeCodec(const std::string& path, const std::string& kind);
 
 std::vector<std::string> ReadLines(const std::string& text);
+
+// One StatusChange of an engine.
+struct Event {
+  int status;
+  std::string info;
+  bool operator==(const Event&) const = default;
+};
+std::ostream& operator<<(std::ostream& out, const Event& e);
+
+// An engine whose status changes are recorded, beside a scratch folder.
+class EngineTest : public ::testing::Test {
+ protected:
+  EngineTest() {
+    engine.StatusChange = [this](int status, const std::string& info) { events.push_back({status, info}); };
+  }
+  bool Saw(const Event& e) const { return std::find(events.begin(), events.end(), e) != events.end(); }
+
+  TempDir dir;
+  FFmpegX engine;
+  std::vector<Event> events;
+};
 
 }  // namespace zel::test
