@@ -42,11 +42,44 @@ constexpr std::string_view kLongX264 =
     "-qdiff 4 -bf 3 -refs 3 -directpred 1 -trellis 1 -flags2 +bpyramid+mixed_refs+wpred+dct8x8+fastpskip -wpredp 2";
 constexpr std::string_view kPortableX264 = "-qmin 10 -qmax 51 -qdiff 4 -me_range 16 -keyint_min 25 -qcomp 0.6";
 
-bool OneOf(std::string_view value, std::initializer_list<std::string_view> names) {
-  for (std::string_view name : names) {
-    if (value == name) return true;
-  }
-  return false;
+// Marks for codecs whose name depends on the core's encoders.
+constexpr std::string_view kChooseAac = "(aac)", kChooseVpx = "(vpx)", kChooseVorbis = "(vorbis)";
+
+// Format names separated by blanks; the first row that names a format holds.
+struct CodecDefaults {
+  std::string_view formats, video, audio, script;
+};
+constexpr CodecDefaults kCodecDefaults[] = {
+    {"MKV H264", "LIBX264", kChooseAac, kLongX264},
+    {"PSP IPHONE IPOD", "LIBX264", kChooseAac, kPortableX264},
+    {"WEBM", kChooseVpx, kChooseVorbis, "-g 120 -qmax 51"},
+    {"DIVX", "MPEG4", "LIBMP3LAME", ""},
+    {"SVI XVID", "LIBXVID", "LIBMP3LAME", ""},
+    {"ASF WMV", "WMV2", "WMAV2", ""},
+    {"MJPEG", "MJPEG", "PCM_S16LE", ""},
+    {"MP4S", "MPEG4", "ADPCM_IMA_WAV", ""},
+    {"WMA", "", "WMAV2", ""},
+    {"AC3", "", "AC3", ""},
+    {"OGG", "", "VORBIS", ""},
+    {"WAV", "", "PCM_S16LE", ""},
+    {"PNG", "PNG", "", ""},
+};
+
+// The last row, naming no format, holds for all others.
+struct RateDefaults {
+  std::string_view formats, videoBitrate, videoSize, videoFrame, audioBitrate, audioSample, audioChannels;
+};
+constexpr RateDefaults kRateDefaults[] = {
+    {"H263 3GP", "128", "176x144", "15", "12.2", "8000", "1"},
+    {"AMR", "5vbr", "", "23.976", "12.2", "8000", "1"},
+    {"MKV H264 IPOD IPHONE", "22vbr", "", "23.976", "128", "", ""},
+    {"PSP", "22vbr", "480x272", "23.976", "128", "48000", "2"},
+    {"FLV", "5vbr", "", "23.976", "128", "44100", ""},
+    {"", "5vbr", "", "23.976", "128", "", ""},
+};
+
+bool RowNames(std::string_view formats, std::string_view name) {
+  return !name.empty() && Contains(" " + std::string(formats) + " ", " " + std::string(name) + " ");
 }
 
 }  // namespace
@@ -144,73 +177,36 @@ FormatDefaultSet FormatDefaults(std::string_view format, std::string_view videoL
   const std::string name = UpperAscii(format);
   const std::string videos = LowerAscii(videoList);
   const std::string audios = LowerAscii(audioList);
-  const std::string aac = Contains(audios, "libfaac") ? "LIBFAAC" : "AAC";
+  // A choice mark stands for the encoder name this core knows.
+  auto choose = [&](std::string_view codec) -> std::string {
+    if (codec == kChooseAac) return Contains(audios, "libfaac") ? "LIBFAAC" : "AAC";
+    if (codec == kChooseVpx) return Contains(videos, "libvpx_vp8") ? "LIBVPX_VP8" : "LIBVPX";
+    if (codec == kChooseVorbis) return Contains(audios, "libvorbis") ? "LIBVORBIS" : "VORBIS";
+    return std::string(codec);
+  };
+
   FormatDefaultSet set;
-
-  if (OneOf(name, {"MKV", "H264"})) {
-    set.videoCodec = "LIBX264";
-    set.audioCodec = aac;
-    set.script = kLongX264;
-    set.pass1Script = ReplaceAll(ReplaceAll(set.script, "-me_method hex -subq 7", "-me_method dia -subq 2"),
-                                 "-refs 3 -directpred 1 -trellis 1", "-refs 1 -directpred 1 -trellis 0");
-  } else if (OneOf(name, {"PSP", "IPHONE", "IPOD"})) {
-    set.videoCodec = "LIBX264";
-    set.audioCodec = aac;
-    set.script = set.pass1Script = kPortableX264;
-  } else if (name == "WEBM") {
-    set.videoCodec = Contains(videos, "libvpx_vp8") ? "LIBVPX_VP8" : "LIBVPX";
-    set.audioCodec = Contains(audios, "libvorbis") ? "LIBVORBIS" : "VORBIS";
-    set.script = set.pass1Script = "-g 120 -qmax 51";
-  } else if (name == "DIVX") {
-    set.videoCodec = "MPEG4";
-    set.audioCodec = "LIBMP3LAME";
-  } else if (OneOf(name, {"SVI", "XVID"})) {
-    set.videoCodec = "LIBXVID";
-    set.audioCodec = "LIBMP3LAME";
-  } else if (OneOf(name, {"ASF", "WMV"})) {
-    set.videoCodec = "WMV2";
-    set.audioCodec = "WMAV2";
-  } else if (name == "MJPEG") {
-    set.videoCodec = "MJPEG";
-    set.audioCodec = "PCM_S16LE";
-  } else if (name == "MP4S") {
-    set.videoCodec = "MPEG4";
-    set.audioCodec = "ADPCM_IMA_WAV";
-  } else if (name == "WMA") {
-    set.audioCodec = "WMAV2";
-  } else if (name == "AC3") {
-    set.audioCodec = "AC3";
-  } else if (name == "OGG") {
-    set.audioCodec = "VORBIS";
-  } else if (name == "WAV") {
-    set.audioCodec = "PCM_S16LE";
-  } else if (name == "PNG") {
-    set.videoCodec = "PNG";
+  for (const CodecDefaults& row : kCodecDefaults) {
+    if (!RowNames(row.formats, name)) continue;
+    set.videoCodec = choose(row.video);
+    set.audioCodec = choose(row.audio);
+    set.script = row.script;
+    // The first pass of the long x264 set searches less and keeps one reference.
+    set.pass1Script = row.script != kLongX264
+                          ? std::string(row.script)
+                          : ReplaceAll(ReplaceAll(row.script, "-me_method hex -subq 7", "-me_method dia -subq 2"),
+                                       "-refs 3 -directpred 1 -trellis 1", "-refs 1 -directpred 1 -trellis 0");
+    break;
   }
-
-  set.videoBitrate = "5vbr";
-  set.videoFrame = "23.976";
-  set.audioBitrate = "128";
-  if (OneOf(name, {"H263", "3GP"})) {
-    set.videoBitrate = "128";
-    set.videoSize = "176x144";
-    set.videoFrame = "15";
-    set.audioBitrate = "12.2";
-    set.audioSample = "8000";
-    set.audioChannels = "1";
-  } else if (name == "AMR") {
-    set.audioBitrate = "12.2";
-    set.audioSample = "8000";
-    set.audioChannels = "1";
-  } else if (OneOf(name, {"MKV", "H264", "IPOD", "IPHONE"})) {
-    set.videoBitrate = "22vbr";
-  } else if (name == "PSP") {
-    set.videoBitrate = "22vbr";
-    set.videoSize = "480x272";
-    set.audioSample = "48000";
-    set.audioChannels = "2";
-  } else if (name == "FLV") {
-    set.audioSample = "44100";
+  for (const RateDefaults& row : kRateDefaults) {
+    if (!row.formats.empty() && !RowNames(row.formats, name)) continue;
+    set.videoBitrate = row.videoBitrate;
+    set.videoSize = row.videoSize;
+    set.videoFrame = row.videoFrame;
+    set.audioBitrate = row.audioBitrate;
+    set.audioSample = row.audioSample;
+    set.audioChannels = row.audioChannels;
+    break;
   }
   return set;
 }

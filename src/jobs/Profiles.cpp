@@ -156,12 +156,12 @@ std::vector<Profile> LoadProfilePack(const std::string& path) {
   if (!pack.OpenAchive() || pack.Signature() != "PKZ") return profiles;
   const std::vector<clsFilePKZ::Entry> entries = pack.Entries();
   if (entries.empty() || entries.front().name != kProfilePackTitleEntry ||
-      Trim(pack.ExtractFile(0)) != kProfilePackTitle) {
+      Trim(pack.ReadData(entries.front())) != kProfilePackTitle) {
     return profiles;
   }
   for (size_t i = 1; i < entries.size() && static_cast<int>(i) < kLargestPack; ++i) {
     if (entries[i].length <= 0 || entries[i].length > kLargestEntry) continue;
-    if (auto profile = ParseProfileEntry(pack.ExtractFile(static_cast<int>(i)))) {
+    if (auto profile = ParseProfileEntry(pack.ReadData(entries[i]))) {
       profiles.push_back(std::move(*profile));
     }
   }

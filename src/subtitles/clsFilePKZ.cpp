@@ -279,10 +279,17 @@ std::vector<clsFilePKZ::Entry> clsFilePKZ::Entries() const {
   int64_t pos = dataStart_ - 1;
   Head head;
   for (int32_t i = 0; i < fileCount_ && ReadHead(pos, size, true, head); ++i) {
-    entries.push_back({head.name, head.length});
+    entries.push_back({head.name, head.length, head.dataOffset});
     pos = head.dataOffset + head.length;
   }
   return entries;
+}
+
+std::string clsFilePKZ::ReadData(const Entry& entry) const {
+  if (!Usable() || entry.length <= 0 || entry.dataOffset < kHeaderSize) return {};
+  std::string data(static_cast<size_t>(entry.length), '\0');
+  if (!ReadAt(fd_, entry.dataOffset, data.data(), data.size())) return {};
+  return data;
 }
 
 bool clsFilePKZ::WriteData(const Head& head, const std::string& path) const {

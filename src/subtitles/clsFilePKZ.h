@@ -21,6 +21,7 @@ class clsFilePKZ {
   struct Entry {
     std::string name;
     int32_t length = 0;
+    int64_t dataOffset = 0;  // byte offset of the data in the file
   };
 
   clsFilePKZ() = default;
@@ -87,6 +88,8 @@ class clsFilePKZ {
   int32_t GetFileLength(int index) const;
   // Up to FileCount entries in one walk, ending early where the chain is damaged.
   std::vector<Entry> Entries() const;
+  // The data of an entry from Entries(), read without a second walk.
+  std::string ReadData(const Entry& entry) const;
 
   // Closes the file and clears the header fields and IsOpen. The header is not
   // written: a caller who added entries calls UpDateHeader first.
