@@ -200,36 +200,12 @@ void FFmpegX::StartProcess() {
 }
 
 void FFmpegX::RunPass(int pass) {
-  twoPassStatus_ = std::to_string(pass);
   processing_ = true;
-  RunCommand(BuildCommand(pass));
+  BuildCommand(pass);
+  RunCommand(commandToRun_);
 }
 
-std::string FFmpegX::BuildCommand(int /*pass*/) {
-  toolInput_ = sourceInUse_;
-  // The encoders' own options are composed by command assembly; until then a job
-  // runs its overriding command line, with the placeholders filled.
-  auto number = [](float v) { return FormatNumber(v); };
-  std::string command = CommandLine;
-  const std::pair<std::string_view, std::string> placeholders[] = {
-      {"#VideoWidth#", std::to_string(videoWidth_)},
-      {"#VideoHeight#", PadBorder > 0 ? std::string("-3") : std::to_string(videoHeight_)},
-      {"#VideoBitRate#", number(VideoBitRate)},
-      {"#VideoVBR#", std::to_string(VideoVBR)},
-      {"#VideoFrameRate#", number(targetFrameRate_)},
-      {"#AudioBitRate#", number(AudioBitRate)},
-      {"#AudioQuality#", number(AudioQuality)},
-      {"#AudioSampleRate#", std::to_string(targetAudioSampleRate_)},
-      {"#AudioChannels#", std::to_string(targetAudioChannels_)},
-      {"#InputFileName#", toolInput_},
-      {"#OutputFileName#", outputFileName_},
-  };
-  for (const auto& [mark, value] : placeholders) command = ReplaceAllNoCase(command, mark, value);
-  if (TestMode) WriteText(command, outputDir_ + "Test.bat", false);
-  return command;
-}
-
-std::string FFmpegX::OutputPathFor(std::string_view extension) const {
+std::string FFmpegX::OutputPathFor(std::string_view extension, bool withSuffixAfter) const {
   if (!ForceOutputFileName.empty()) return RenameExists(ForceOutputFileName);
   const std::string first = FirstSource();
   std::string folder = outputDir_;
@@ -238,7 +214,8 @@ std::string FFmpegX::OutputPathFor(std::string_view extension) const {
     folder = slash == std::string::npos ? std::string() : first.substr(0, slash + 1);
   }
   const std::string base = CustomFileName.empty() ? GetFileString(first, ".", 0) : CustomFileName;
-  return RenameExists(folder + FileNameAddStringBefore + base + FileNameAddStringAfter + "." + std::string(extension));
+  const std::string& after = withSuffixAfter ? FileNameAddStringAfter : std::string();
+  return RenameExists(folder + FileNameAddStringBefore + base + after + "." + std::string(extension));
 }
 
 void FFmpegX::SetPriority(int priority) {
@@ -279,12 +256,6 @@ void FFmpegX::DeleteScratchFiles() const {
     const std::string path = scratchFile_ + suffix;
     if (FileExists(path)) zel::DeleteFile(path);
   }
-}
-
-std::string FFmpegX::ProbeSource(const std::string& /*source*/) {
-  // Reading the source's streams arrives with media probing; until then a source
-  // is described by nothing, and a run is measured by the tool's own text.
-  return {};
 }
 
 void FFmpegX::ConvertImageJob() {

@@ -115,7 +115,8 @@ class FFmpegX {
   void SetAudioCodec(std::string_view codec) { targetAudioCodec_ = LowerAscii(Trim(codec)); }
   int AudioSampleRate() const { return sourceAudioSampleRate_; }
   void SetAudioSampleRate(int rate) { targetAudioSampleRate_ = rate; }
-  int AudioChannels() const { return sourceAudioChannels_; }
+  // A plain count as the tool printed it, 5.1 included.
+  float AudioChannels() const { return sourceAudioChannels_; }
   void SetAudioChannels(int channels) { targetAudioChannels_ = channels; }
   float FrameRate() const { return sourceFrameRate_; }
   void SetFrameRate(float rate) { targetFrameRate_ = rate; }
@@ -307,6 +308,19 @@ class FFmpegX {
   // loop; public so that recorded tool text can be replayed through it.
   void ParseToolOutput(const std::string& block);
 
+  // The probe's reading of the core's text about `path`, completed by the media
+  // libraries; runs inside every probe, public so that recorded text can be replayed.
+  std::string ReadProbeText(const std::string& path, const std::string& toolText);
+  // The number of a stream line ("Stream#0.1(eng):Audio:..." gives "0.1").
+  static std::string GetStreamNumber(std::string_view line);
+  // A subtitle file that accompanies a media file, or "".
+  static std::string CheckSubtitle(std::string_view mediaPath);
+
+  // The command of one pass (0 single, 1 and 2 two-pass) in the core's classic
+  // option syntax; `CommandToRun` then holds what will really run.
+  std::string BuildCommand(int pass, int rotate = 0, const std::string& extraAudioFile = {});
+  const std::string& CommandToRun() const { return commandToRun_; }
+
   // Where the tool log goes: beside the tool, or under the user's state folder
   // when the tool's folder cannot be written.
   std::string ToolLogPath() const;
@@ -332,8 +346,11 @@ class FFmpegX {
   // The job (FFmpegX.cpp).
   void ReadCoreLists();
   void RunPass(int pass);
-  std::string BuildCommand(int pass);
-  std::string OutputPathFor(std::string_view extension) const;
+  void ReadStreamLine(const std::string& line);
+  std::string ComposeFFmpeg(int pass, int rotate, const std::string& extraAudioFile, std::string scaleText);
+  std::string ComposeMEncoder(int pass);
+  void GenerateScript(const std::string& path);
+  std::string OutputPathFor(std::string_view extension, bool withSuffixAfter = true) const;
   std::string FirstSource() const;
   void Fail(std::string_view message);
   void Report(int status, std::string_view info);
@@ -373,7 +390,8 @@ class FFmpegX {
   std::string sourceVideoCodec_, targetVideoCodec_;
   std::string sourceAudioCodec_, targetAudioCodec_;
   int sourceAudioSampleRate_ = 0, targetAudioSampleRate_ = 0;
-  int sourceAudioChannels_ = 0, targetAudioChannels_ = 0;
+  float sourceAudioChannels_ = 0;
+  int targetAudioChannels_ = 0;
   float sourceFrameRate_ = 0, targetFrameRate_ = 0;
 
   std::string subtitleCodec_, forceFormat_, videoSize_, imageSize_;
@@ -387,6 +405,8 @@ class FFmpegX {
   std::string scratchFile_;      // made once, removed with the object
   std::string sourceInUse_;      // the first source, or the generated script
   std::string toolInput_;        // what the tool reads after "-i"
+  std::string commandToRun_;     // the composed command, in the core's own dialect
+  int targetWidth_ = 0, targetHeight_ = 0;
   bool cancelRequested_ = false;
   int speedFps_ = 0;
   std::string lastBlock_;

@@ -256,8 +256,8 @@ void FFmpegX::AppendToolLog(const std::string& block) {
 
 // ---- The capture run ----
 
+// Runs at every probe, so a running job does not bar it.
 std::string FFmpegX::CaptureOutput(std::string_view arguments) {
-  if (processing_) return {};
   std::string command = QuoteArgument(core_);
   if (!arguments.empty()) command.append(" ").append(arguments);
   ChildProcess child;

@@ -71,7 +71,8 @@ void MakeClip(const std::string& path, int seconds, const std::string& size) {
 std::string ProbeCodec(const std::string& path, const std::string& kind) {
   const RunResult r = Run({ToolPath("ffprobe"), "-v", "error", "-select_streams", kind + ":0", "-show_entries",
                            "stream=codec_name", "-of", "default=noprint_wrappers=1:nokey=1", path});
-  return Trim(ReplaceAll(r.output, "\n", ""));
+  // A transport stream lists its streams once more under their program.
+  return Trim(r.output.substr(0, r.output.find('\n')));
 }
 
 std::vector<std::string> ReadLines(const std::string& text) {
