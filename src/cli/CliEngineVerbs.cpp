@@ -80,6 +80,10 @@ int Exec(const Args& args) {
   engine.ForceOutputFileName = output;
   engine.Overwrite = true;
 
+  return RunEngineJob(engine);
+}
+
+int RunEngineJob(FFmpegX& engine) {
   int lastStatus = -1;
   engine.StatusChange = [&](int status, const std::string& info) {
     lastStatus = status;

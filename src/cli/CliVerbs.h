@@ -5,6 +5,10 @@
 #include <string>
 #include <vector>
 
+namespace zel {
+class FFmpegX;
+}
+
 namespace zel::cli {
 
 using Args = std::vector<std::string>;
@@ -17,6 +21,13 @@ int Pkz(const Args& args);
 int Settings(const Args& args);
 int Formats(const Args& args);
 int Profiles(const Args& args);
+int Probe(const Args& args);
+int Command(const Args& args);
+int Convert(const Args& args);
+
+// Starts the engine's job and follows it on standard output as "status" and
+// "progress" lines; Ctrl-C cancels. 0 when the job completed, 130 when cancelled.
+int RunEngineJob(FFmpegX& engine);
 
 // Finds a tool named without a folder on PATH; a path is returned as given.
 std::string ResolveTool(const std::string& name);

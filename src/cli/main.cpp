@@ -21,6 +21,11 @@ constexpr Verb kVerbs[] = {
     {"pkz", zel::cli::Pkz, "pkz create|add|list|extract|delete ARCHIVE ...   the program's archive files"},
     {"settings", zel::cli::Settings, "settings get KEY | set KEY VALUE | delete | list   the settings store"},
     {"formats", zel::cli::Formats, "formats [--more] | --describe NAME | --defaults NAME   the output formats"},
+    {"probe", zel::cli::Probe, "probe FILE               what a media file holds"},
+    {"command", zel::cli::Command,
+     "command [--format NAME] [--set Key=Value]... [--pass N] [--output DIR] FILE   the command a conversion runs"},
+    {"convert", zel::cli::Convert,
+     "convert [--format NAME] [--set Key=Value]... [--output DIR] FILE   convert one file"},
     {"profiles", zel::cli::Profiles,
      "profiles list | show TITLE | apply TITLE | save [FILE] | load FILE | user   conversion profiles"},
 };

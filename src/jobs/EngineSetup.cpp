@@ -1,0 +1,173 @@
+#include "jobs/EngineSetup.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "engine/FFmpegX.h"
+#include "engine/PriorityClass.h"
+#include "jobs/Strings.h"
+#include "subtitles/TextHelpers.h"
+
+namespace zel {
+
+namespace {
+
+constexpr std::string_view kAudioOnlyFormats[] = {"wma", "mp3", "mp2", "flac", "amr", "ac3",
+                                                  "aac", "m4a", "wav", "ogg", "audio"};
+
+// The stored names of the subtitle encodings, from number 1 on.
+constexpr std::string_view kSubtitleEncodings[] = {"UTF8", "Unicode", "Unicode big endian"};
+
+std::string WithoutMe(std::string_view format) { return ReplaceAllNoCase(format, "/me", ""); }
+
+}  // namespace
+
+int PriorityForSetting(std::string_view value) {
+  constexpr int kClasses[] = {kPriorityIdle,         kPriorityBelowNormal, kPriorityNormal,
+                              kPriorityAboveNormal,  kPriorityHigh,        kPriorityRealtime};
+  const std::string v = Trim(value);
+  return v.size() == 1 && v[0] >= '1' && v[0] <= '5' ? kClasses[v[0] - '0'] : kPriorityIdle;
+}
+
+float RatioSetting(std::string_view value) {
+  const std::string text = LowerAscii(Trim(value));
+  for (char mark : {':', 'x', '/'}) {
+    const size_t at = text.find(mark);
+    if (at == std::string::npos) continue;
+    const double below = Val(std::string_view(text).substr(at + 1));
+    return below == 0 ? 0.0f : static_cast<float>(Val(std::string_view(text).substr(0, at)) / below);
+  }
+  return static_cast<float>(Val(text));
+}
+
+bool IsAudioOnlyFormat(std::string_view formatName) {
+  const std::string name = LowerAscii(WithoutMe(formatName));
+  return std::find(std::begin(kAudioOnlyFormats), std::end(kAudioOnlyFormats), name) != std::end(kAudioOnlyFormats);
+}
+
+void ConfigureConversion(FFmpegX& engine, const ConversionTask& task, const SettingReader& read) {
+  auto yes = [&read](std::string_view key) { return read(key) == StrYes; };
+  auto number = [&read](std::string_view key) { return Val(read(key)); };
+  auto whole = [&number](std::string_view key) { return static_cast<int>(number(key)); };
+
+  engine.Refresh = false;
+  engine.TestMode = false;
+  // Identifying a tool runs it three times; a task list keeps its tool.
+  if (engine.Core() != task.corePath || engine.CoreStatus() == kCoreNone) engine.SetCore(task.corePath);
+  engine.OnlyUseExtCommandLine = false;
+  engine.SetFilename(task.source);
+  engine.SetOutputDir(task.outputFolder);
+
+  engine.FileNameSuffix = read("FileSuffix");
+  engine.FileNameAddStringBefore = read("FileNameAddStringBefore");
+  engine.FileNameAddStringAfter = read("FileNameAddStringAfter");
+  engine.MaxThreads = whole("MaxThreads");
+  engine.Overwrite = yes("FileExistsOverwrite");
+  engine.RemoveFileAfterCanceled = yes("RemoveFileAfterCanceled");
+  engine.SetStatusRefreshInterval(whole("StatusRefreshInterval"));
+  engine.Log = yes("Log");
+  engine.SetPriority(PriorityForSetting(read("ThreadPriority")));
+  engine.Twopass = yes("Twopass") && !IsAudioOnlyFormat(task.formatName);
+
+  engine.SetVideoSize(read("VideoSize"));
+  const std::string videoCodec = read("VideoCodec");
+  engine.SetVideoCodec(videoCodec);
+  const std::string videoRate = LowerAscii(read("VideoBitrate"));
+  if (Contains(videoRate, "vbr")) {
+    engine.VideoVBR = static_cast<int>(Val(videoRate));
+    engine.VideoBitRate = 0;
+  } else {
+    engine.VideoBitRate = static_cast<float>(Val(videoRate));
+    engine.VideoVBR = 0;
+  }
+  engine.SetFrameRate(static_cast<float>(number("VideoFrame")));
+  engine.VideoAspect = RatioSetting(read("VideoAspect"));
+  engine.PadBorder = RatioSetting(read("VideoPadBorder"));
+  engine.Deinterlace = yes("Deinterlace");
+  engine.DisableVideo = videoCodec == StrDisableVideo;
+  engine.VideoCropTop = whole("VideoCropTop");
+  engine.VideoCropBottom = whole("VideoCropBottom");
+  engine.VideoCropLeft = whole("VideoCropLeft");
+  engine.VideoCropRight = whole("VideoCropRight");
+  engine.VideoPadTop = whole("VideoPadTop");
+  engine.VideoPadBottom = whole("VideoPadBottom");
+  engine.VideoPadLeft = whole("VideoPadLeft");
+  engine.VideoPadRight = whole("VideoPadRight");
+  engine.VideoPadColor = read("VideoPadColor");
+  engine.MultiVideoTrackSupport = yes("MultiVideoTrackSupport");
+
+  const std::string audioCodec = read("AudioCodec");
+  engine.SetAudioCodec(audioCodec);
+  const std::string audioRate = LowerAscii(Trim(read("AudioBitrate")));
+  if (EndsWith(audioRate, "aq")) {
+    engine.AudioQuality = static_cast<float>(Val(audioRate));
+    engine.AudioBitRate = 0;
+  } else {
+    engine.AudioBitRate = static_cast<float>(Val(audioRate));
+    engine.AudioQuality = 0;
+  }
+  engine.SetAudioSampleRate(whole("AudioSample"));
+  engine.SetAudioChannels(whole("AudioChannels"));
+  engine.AudioVolume = whole("AudioVolume");
+  engine.DisableAudio = audioCodec == StrDisableAudio;
+  engine.MultiAudioTrackSupport = yes("MultiAudioTrackSupport");
+
+  const std::string subtitleCodec = read("SubtitleCodec");
+  engine.SetSubtitleCodec(subtitleCodec);
+  engine.SubtitleLanguage = read("SubtitleLang");
+  engine.SubtitleFourccTag = read("SubtitleTag");
+  engine.SubtitleBitstreamFilter = read("SubtitleSbsf");
+  engine.DisableSubtitle = subtitleCodec == StrDisableSubtitle;
+  const std::string encoding = read("SubtitleEncodeFormat");
+  engine.SubtitleEncodeFormat = -1;
+  for (size_t i = 0; i < std::size(kSubtitleEncodings); ++i) {
+    if (encoding == kSubtitleEncodings[i]) engine.SubtitleEncodeFormat = static_cast<int>(i) + 1;
+  }
+  engine.MultiSubtitleTrackSupport = yes("MultiSubtitleTrackSupport");
+
+  engine.TimeStamp = yes("TimeStamp");
+  engine.CopyTimeStamps = yes("CopyTimeStamps");
+  engine.Strict = whole("Strict");
+  engine.x264QualityMode = read("x264QualityMode") == StrX264ConstantQuantizer ? 1 : 0;
+
+  engine.SetAdditionalScripts(read("AdditionalScripts"));
+  engine.SetAdditionalPass1Scripts(read("AdditionalPass1Scripts"));
+  engine.SetImageSize(read("ImageSize"));
+  engine.ImageQuality = whole("ImageQuality");
+  engine.MetaData_Title = read("InfoTitle");
+  engine.MetaData_Author = read("InfoAuthor");
+  engine.MetaData_Copyright = read("InfoCopyright");
+
+  engine.AVSEnabled = task.aviSynthUsable && yes("AVSEnable") && !IsAudioOnlyFormat(task.formatName);
+  engine.AVSUserScript = read("AVSUserScript");
+
+  engine.ImageGrabber = yes("ImageGrabber");
+  engine.ImageGrabberThumbMatrix = read("ImageGrabberThumbMatrix");
+  engine.ImageGrabberThumbSpacing = whole("ImageGrabberThumbSpacing");
+  engine.ImageGrabberMaxWidth = whole("ImageGrabberMaxWidth");
+  engine.ImageGrabberForeColor = read("ImageGrabberForeColor");
+  engine.ImageGrabberBackColor = read("ImageGrabberBackColor");
+  engine.ImageGrabberCommentString = read("ImageGrabberCommentString");
+  engine.ImageGrabberShowTimeString = yes("ImageGrabberShowTimeString");
+}
+
+void PreparePart(FFmpegX& engine, const ConversionTask& task, const SettingReader& read, int part, int parts,
+                 double start, double partLength) {
+  std::string after = read("FileNameAddStringAfter");
+  if (parts > 1) after += "_" + std::to_string(part + 1);
+  engine.FileNameAddStringAfter = after;
+  // Through "####0.000", as the range always was.
+  auto threeDecimals = [](double value) {
+    char buffer[64];
+    std::snprintf(buffer, sizeof buffer, "%.3f", value);
+    return static_cast<float>(Val(buffer));
+  };
+  const bool fullFile = start == 0 && partLength == 0;
+  engine.TimeStartPoint = fullFile ? 0 : threeDecimals(partLength * part + start);
+  engine.TimeEndPoint = fullFile ? 0 : threeDecimals(partLength * part + partLength + start);
+  engine.SetForceFormat(task.formatName);
+  engine.CommandLine.clear();
+  engine.Refresh = true;
+}
+
+}  // namespace zel

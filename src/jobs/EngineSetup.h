@@ -1,0 +1,39 @@
+// How a conversion task fills the engine from the settings store: every
+// property in the task loop's order, then the part's own values.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <string_view>
+
+namespace zel {
+
+class FFmpegX;
+
+// A setting's value by key; the store's own reader, or one that lays a
+// caller's overrides over it.
+using SettingReader = std::function<std::string(std::string_view key)>;
+
+struct ConversionTask {
+  std::string source;        // one path, or several joined by "|"
+  std::string outputFolder;  // empty: beside the source
+  std::string formatName;    // lower case, as the run's format
+  std::string corePath;      // the tool that converts
+  bool aviSynthUsable = false;
+};
+
+// The process class for a ThreadPriority value: idle unless told otherwise.
+int PriorityForSetting(std::string_view value);
+// "a:b", "axb", "a/b" give a divided by b; any other text is read as a number.
+float RatioSetting(std::string_view value);
+// True when the format makes no picture, so that two passes make no sense.
+bool IsAudioOnlyFormat(std::string_view formatName);
+
+// Sets the engine up for one task; the engine probes the source as it is set.
+void ConfigureConversion(FFmpegX& engine, const ConversionTask& task, const SettingReader& read);
+
+// The values of one part of a task: the name suffix, the range, the format.
+void PreparePart(FFmpegX& engine, const ConversionTask& task, const SettingReader& read, int part, int parts,
+                 double start, double partLength);
+
+}  // namespace zel
