@@ -96,4 +96,65 @@ void BM_ExecThroughEngine(benchmark::State& state) {
 }
 BENCHMARK(BM_ExecThroughEngine)->Iterations(5)->Unit(benchmark::kMillisecond)->UseRealTime();
 
+// A batch of short clips converted as tasks, each with its two probes and its
+// composition, against the same translated commands run directly. The ratio is
+// the price of everything the engine does around the tool.
+void BM_TaskOverhead(benchmark::State& state) {
+  constexpr int kClips = 8;
+  const std::string ffmpeg = zel::FindOnPath("ffmpeg");
+  const std::string folder = zel::TempDirectory() + "/zel-bench-tasks";
+  zel::MakedPath(folder + "/out");
+  std::vector<std::string> clips;
+  for (int i = 0; i < kClips && !ffmpeg.empty(); ++i) {
+    clips.push_back(folder + "/clip " + std::to_string(i) + ".mp4");
+    if (RunSeconds({ffmpeg, "-v", "error", "-nostdin", "-y", "-f", "lavfi", "-i",
+                    "testsrc=size=160x120:rate=25:duration=1", "-f", "lavfi", "-i", "sine=duration=1", "-shortest",
+                    "-pix_fmt", "yuv420p", clips.back()}) < 0) {
+      clips.clear();
+    }
+  }
+  if (clips.empty()) {
+    state.SkipWithError("ffmpeg cannot make the clips");
+    return;
+  }
+  zel::FFmpegX engine;
+  engine.SetCore(ffmpeg);
+  engine.SetOutputDir(folder + "/out");
+  engine.Overwrite = true;
+  engine.SetForceFormat("avi");
+  engine.SetVideoCodec("mpeg4");
+  engine.SetAudioCodec("libmp3lame");
+  engine.SetFrameRate(25);
+  bool failed = false;
+  engine.StatusChange = [&failed](int status, const std::string&) { failed = failed || status == zel::kStatusError; };
+
+  double engineTotal = 0, directTotal = 0;
+  for (auto _ : state) {
+    std::vector<std::vector<std::string>> commands;
+    const auto begin = std::chrono::steady_clock::now();
+    for (const std::string& clip : clips) {
+      engine.SetFilename(clip);
+      engine.StartProcess();
+      commands.push_back(zel::SplitCommandLine(engine.CommandToRun()));
+    }
+    engineTotal += std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+    for (const auto& argv : commands) {
+      const double d = RunSeconds(argv);
+      failed = failed || d < 0;
+      directTotal += d;
+    }
+    if (failed) {
+      state.SkipWithError("a conversion failed");
+      break;
+    }
+  }
+  if (directTotal > 0) {
+    state.counters["ratio"] = engineTotal / directTotal;
+    state.counters["overhead_ms_per_task"] =
+        (engineTotal - directTotal) * 1000 / (static_cast<double>(state.iterations()) * kClips);
+  }
+  std::filesystem::remove_all(folder);
+}
+BENCHMARK(BM_TaskOverhead)->Iterations(3)->Unit(benchmark::kMillisecond)->UseRealTime();
+
 }  // namespace

@@ -406,6 +406,10 @@ class FFmpegX {
   std::string sourceInUse_;      // the first source, or the generated script
   std::string toolInput_;        // what the tool reads after "-i"
   std::string commandToRun_;     // the composed command, in the core's own dialect
+  struct {
+    std::string path, core, text;
+    FileStamp stamp;
+  } probeCache_;                 // the core's text of the last probe
   int targetWidth_ = 0, targetHeight_ = 0;
   bool cancelRequested_ = false;
   int speedFps_ = 0;

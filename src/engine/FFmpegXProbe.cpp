@@ -74,8 +74,16 @@ std::string FFmpegX::CheckSubtitle(std::string_view mediaPath) {
 
 std::string FFmpegX::ProbeSource(const std::string& path) {
   if (!FileExists(path)) return {};
-  const std::string text = FileExists(core_) ? CaptureOutput("-i " + QuoteArgument(path)) : std::string();
-  return ReadProbeText(path, text);
+  // The probe at the head of a job reads the file that setting the source has just
+  // read; an unchanged file gives the same text, so the core is not run twice.
+  const auto stamp = StampOf(path);
+  if (!(probeCache_.path == path && probeCache_.core == core_ && stamp && probeCache_.stamp == *stamp)) {
+    probeCache_.text = FileExists(core_) ? CaptureOutput("-i " + QuoteArgument(path)) : std::string();
+    probeCache_.path = path;
+    probeCache_.core = core_;
+    probeCache_.stamp = stamp.value_or(FileStamp{});
+  }
+  return ReadProbeText(path, probeCache_.text);
 }
 
 std::string FFmpegX::ReadProbeText(const std::string& path, const std::string& toolText) {

@@ -192,4 +192,10 @@ bool DeleteFile(std::string_view path) {
   return !path.empty() && ::unlink(std::string(path).c_str()) == 0;
 }
 
+std::optional<FileStamp> StampOf(const std::string& path) {
+  struct stat info {};
+  if (::stat(path.c_str(), &info) != 0) return std::nullopt;
+  return FileStamp{info.st_dev, info.st_ino, info.st_size, info.st_mtim, info.st_ctim};
+}
+
 }  // namespace zel

@@ -3,6 +3,9 @@
 #pragma once
 
 #include <cstdint>
+#include <sys/stat.h>
+
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -32,6 +35,24 @@ bool WriteFileAtomic(std::string_view path, std::string_view bytes);
 std::string CreateTempFile(std::string_view prefix, std::string_view folder);
 // $TMPDIR, or /tmp.
 std::string TempDirectory();
+
+// What tells one version of a file from another: a file rewritten or replaced
+// has another stamp.
+struct FileStamp {
+  dev_t device = 0;
+  ino_t inode = 0;
+  off_t size = -1;
+  timespec modified{};
+  timespec changed{};
+
+  bool operator==(const FileStamp& o) const {
+    return device == o.device && inode == o.inode && size == o.size && modified.tv_sec == o.modified.tv_sec &&
+           modified.tv_nsec == o.modified.tv_nsec && changed.tv_sec == o.changed.tv_sec &&
+           changed.tv_nsec == o.changed.tv_nsec;
+  }
+};
+// Nothing when the file cannot be reached.
+std::optional<FileStamp> StampOf(const std::string& path);
 
 // A path's stem and its extension with the point ("/v/a.b.avi" -> "/v/a.b", ".avi").
 // A point in a folder's name is no extension: "/v.d/clip" -> "/v.d/clip", "".

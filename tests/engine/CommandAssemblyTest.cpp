@@ -17,7 +17,6 @@ class CommandAssemblyTest : public test::EngineTest {
     core = test::WriteScript(dir / "ffmpeg", R"(echo "FFmpeg version SVN-r19352, Copyright (c) 2000-2009"
 if [ "$1" = "-i" ] && [ $# -eq 2 ]; then cat "$(dirname "$0")/probe.txt"; fi)");
     engine.SetCore(core);
-    WriteText("x", source, false);
   }
 
   void Source(int width, int height, int audioStreams = 1) { Source(engine, width, height, audioStreams); }
@@ -29,6 +28,7 @@ if [ "$1" = "-i" ] && [ $# -eq 2 ]; then cat "$(dirname "$0")/probe.txt"; fi)");
       text += "  Stream #0." + std::to_string(i) + ": Audio: mp3, 44100 Hz, stereo\n";
     }
     WriteText(text, dir / "probe.txt", false);
+    WriteText("x", source, false);  // a new version of the source, so that it is probed anew
     e.SetFilename(source);
     e.SetOutputDir(dir / "out");
   }
