@@ -32,7 +32,8 @@ class SpawnSetup {
   SpawnSetup(const SpawnSetup&) = delete;
   SpawnSetup& operator=(const SpawnSetup&) = delete;
 
-  void Configure(pid_t processGroup, int inputFd, int outputFd, int errorFd) {
+  void Configure(pid_t processGroup, int inputFd, int outputFd, int errorFd, const std::string& folder) {
+    if (!folder.empty()) posix_spawn_file_actions_addchdir_np(&actions_, folder.c_str());
     // The program may ignore or block signals; a tool must start with the defaults.
     sigset_t none, defaults;
     sigemptyset(&none);
@@ -98,7 +99,7 @@ ChildProcess::StartResult ChildProcess::Start(const LaunchPlan& plan, std::optio
     }
     SpawnSetup setup;
     setup.Configure(pids_.empty() ? 0 : pids_.front(), stage == 0 ? -1 : feed[0],
-                    last ? out[1] : feed[1], out[1]);
+                    last ? out[1] : feed[1], out[1], plan.workingFolder);
     pid_t pid = -1;
     ok = setup.Spawn(pid, plan.stages[stage]) == 0;
     if (ok) {

@@ -24,6 +24,7 @@ struct LaunchPlan {
   // One argument vector per process; two when the command pipes one tool into another.
   std::vector<std::vector<std::string>> stages;
   bool viaShell = false;  // a hand-written line that does not begin with a quote
+  std::string workingFolder;  // where the processes start; empty: where the program runs
 };
 
 // A line that begins with a double quote is split and run without a shell; one

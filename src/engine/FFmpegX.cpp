@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <filesystem>
 
 #include "engine/ChildProcess.h"
 #include "engine/CommandLine.h"
@@ -38,7 +39,11 @@ FFmpegX::~FFmpegX() {
   StopTimer();
   child_.reset();
   DeleteScratchFiles();
-  if (!scratchFile_.empty()) zel::DeleteFile(scratchFile_);
+  if (!scratchFile_.empty()) {
+    zel::DeleteFile(scratchFile_);
+    std::error_code ignored;
+    std::filesystem::remove_all(scratchFile_ + ".pass", ignored);
+  }
 }
 
 // AviSynth+ is present when its library loads, as FFmpeg itself would load it.
@@ -202,7 +207,16 @@ void FFmpegX::StartProcess() {
 void FFmpegX::RunPass(int pass) {
   processing_ = true;
   BuildCommand(pass);
-  RunCommand(commandToRun_);
+  // The passes share a statistics file that the tool names itself in its working
+  // folder; a folder of the job's own keeps it out of the user's way and apart
+  // from other jobs. Only a composed command with whole paths can move there.
+  std::string folder;
+  if (pass > 0 && CommandLine.empty() && StartsWith(core_, "/") && StartsWith(toolInput_, "/") &&
+      StartsWith(outputFileName_, "/") && !scratchFile_.empty()) {
+    folder = scratchFile_ + ".pass";
+    MakedPath(folder);
+  }
+  RunCommand(commandToRun_, folder);
 }
 
 std::string FFmpegX::OutputPathFor(std::string_view extension, bool withSuffixAfter) const {

@@ -19,6 +19,7 @@
 namespace zel {
 
 class ChildProcess;
+struct LaunchPlan;
 struct FFmpegXStoredFormAccess;
 
 // The control's stored form: its saved settings by name, values as text.
@@ -329,7 +330,8 @@ class FFmpegX {
   friend struct FFmpegXStoredFormAccess;
 
   // Supervision of one run (FFmpegXSupervision.cpp).
-  void RunCommand(const std::string& commandLine);
+  void RunCommand(const std::string& commandLine, const std::string& workingFolder = {});
+  static LaunchPlan PlanWith(const std::string& commandLine, const std::string& workingFolder);
   std::string CaptureOutput(std::string_view arguments);
   void ReadLoop();
   void GiveVerdict();

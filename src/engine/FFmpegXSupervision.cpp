@@ -96,7 +96,7 @@ bool ToolFolderTakesLog(const std::string& folder) {
 
 // ---- The supervised run ----
 
-void FFmpegX::RunCommand(const std::string& commandLine) {
+void FFmpegX::RunCommand(const std::string& commandLine, const std::string& workingFolder) {
   const std::string source = sourceInUse_;
   Report(kStatusStarting, source);
   Report(kStatusProcessing, source);
@@ -105,7 +105,7 @@ void FFmpegX::RunCommand(const std::string& commandLine) {
   suspendCount_ = 0;
   const auto started = commandLine.empty()
                            ? ChildProcess::StartResult::SpawnFailed
-                           : child_->Start(PlanLaunch(commandLine), NiceForClass(priority_));
+                           : child_->Start(PlanWith(commandLine, workingFolder), NiceForClass(priority_));
   if (started == ChildProcess::StartResult::PipeFailed) {
     child_.reset();
     processing_ = false;
@@ -255,6 +255,12 @@ void FFmpegX::AppendToolLog(const std::string& block) {
 }
 
 // ---- The capture run ----
+
+LaunchPlan FFmpegX::PlanWith(const std::string& commandLine, const std::string& workingFolder) {
+  LaunchPlan plan = PlanLaunch(commandLine);
+  plan.workingFolder = workingFolder;
+  return plan;
+}
 
 // Runs at every probe, so a running job does not bar it.
 std::string FFmpegX::CaptureOutput(std::string_view arguments) {

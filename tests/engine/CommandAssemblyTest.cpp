@@ -167,6 +167,7 @@ TEST_F(CommandAssemblyTest, TodaysCoreRunsATranslatedTwoPassConversion) {
   real.SetAudioCodec("aac");
   real.VideoBitRate = 300;
   real.Twopass = true;
+  std::remove("ffmpeg2pass-0.log");
   int lastStatus = -1;
   real.StatusChange = [&](int status, const std::string&) { lastStatus = status; };
   real.StartProcess();
@@ -175,6 +176,7 @@ TEST_F(CommandAssemblyTest, TodaysCoreRunsATranslatedTwoPassConversion) {
   EXPECT_EQ(real.OutputFileName(), dir / "out/clip one.MP4");
   EXPECT_EQ(test::ProbeCodec(real.OutputFileName(), "v"), "h264");
   EXPECT_EQ(test::ProbeCodec(real.OutputFileName(), "a"), "aac");
+  EXPECT_FALSE(FileExists("ffmpeg2pass-0.log"));  // the passes' statistics stay in the job's own folder
 }
 
 }  // namespace

@@ -249,7 +249,7 @@ TEST_F(SupervisionTest, RefreshTimerReportsRemainingTimeAndKeepsItThroughAStall)
 TEST_F(SupervisionTest, ToolLogNamesTheBlocksBesideTheTool) {
   const std::string core =
       Tool("fakeffmpeg", "if [ $# -eq 0 ]; then echo 'FFmpeg version 0.5-fake, Copyright'; exit 1; fi\n"
-                         "[ \"$1\" = -formats ] || [ \"$1\" = -codecs ] && exit 0\n"
+                         "case \"$1\" in -formats|-codecs|-i) exit 0;; esac\n"
                          "echo 'a block worth keeping'\n" + kWriteOutput);
   engine.SetCore(core);
   ASSERT_EQ(engine.CoreStatus(), kCoreFFmpeg);
