@@ -10,21 +10,11 @@
 namespace zel::test {
 namespace {
 
-class ZelCliConvert : public ::testing::Test {
+class ZelCliConvert : public CliTest {
  protected:
   void SetUp() override {
-    ::setenv("XDG_CONFIG_HOME", (dir / "config").c_str(), 1);
-    ::setenv("XDG_DATA_HOME", (dir / "data").c_str(), 1);
+    CliTest::SetUp();
     MakedPath(dir / "out");
-  }
-  void TearDown() override {
-    ::unsetenv("XDG_CONFIG_HOME");
-    ::unsetenv("XDG_DATA_HOME");
-  }
-  std::string Out(const std::vector<std::string>& args) {
-    const RunResult run = RunCli(args);
-    EXPECT_EQ(run.exitCode, 0) << run.output;
-    return run.output;
   }
   // The value of a "name: value" line of the output.
   static std::string Field(const std::string& output, const std::string& name) {
@@ -33,8 +23,6 @@ class ZelCliConvert : public ::testing::Test {
     }
     return "<missing " + name + ">";
   }
-
-  TempDir dir;
 };
 
 TEST_F(ZelCliConvert, ProbeDescribesAFileAndRefusesAMissingOne) {

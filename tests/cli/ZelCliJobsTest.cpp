@@ -10,25 +10,7 @@
 namespace zel::test {
 namespace {
 
-// Every run of zel-cli gets its own configuration and data folders.
-class ZelCliJobs : public ::testing::Test {
- protected:
-  void SetUp() override {
-    ::setenv("XDG_CONFIG_HOME", (dir / "config").c_str(), 1);
-    ::setenv("XDG_DATA_HOME", (dir / "data").c_str(), 1);
-  }
-  void TearDown() override {
-    ::unsetenv("XDG_CONFIG_HOME");
-    ::unsetenv("XDG_DATA_HOME");
-  }
-  std::string Out(const std::vector<std::string>& args) {
-    const RunResult run = RunCli(args);
-    EXPECT_EQ(run.exitCode, 0) << run.output;
-    return run.output;
-  }
-
-  TempDir dir;
-};
+using ZelCliJobs = CliTest;
 
 TEST_F(ZelCliJobs, SettingsAreReadWrittenListedAndReset) {
   EXPECT_EQ(Out({"settings", "get", "OutputMode"}), "MP4\n");

@@ -85,4 +85,20 @@ std::vector<std::string> ReadLines(const std::string& text) {
 
 std::ostream& operator<<(std::ostream& out, const Event& e) { return out << e.status << " " << e.info; }
 
+void CliTest::SetUp() {
+  ::setenv("XDG_CONFIG_HOME", (dir / "config").c_str(), 1);
+  ::setenv("XDG_DATA_HOME", (dir / "data").c_str(), 1);
+}
+
+void CliTest::TearDown() {
+  ::unsetenv("XDG_CONFIG_HOME");
+  ::unsetenv("XDG_DATA_HOME");
+}
+
+std::string CliTest::Out(const std::vector<std::string>& args) {
+  const RunResult run = RunCli(args);
+  EXPECT_EQ(run.exitCode, 0) << run.output;
+  return run.output;
+}
+
 }  // namespace zel::test

@@ -71,4 +71,15 @@ class EngineTest : public ::testing::Test {
   std::vector<Event> events;
 };
 
+// Every run of zel-cli gets its own configuration and data folders.
+class CliTest : public ::testing::Test {
+ protected:
+  void SetUp() override;
+  void TearDown() override;
+  // The output of a run that must succeed.
+  std::string Out(const std::vector<std::string>& args);
+
+  TempDir dir;
+};
+
 }  // namespace zel::test
