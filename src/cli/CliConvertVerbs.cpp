@@ -4,7 +4,6 @@
 
 #include <cstdio>
 #include <map>
-#include <memory>
 #include <optional>
 
 #include "cli/CliHost.h"
@@ -72,18 +71,18 @@ struct PreparedJob {
 };
 
 PreparedJob Prepare(const JobOptions& options, const FFmpegX& engine) {
-  auto layer = std::make_shared<std::map<std::string, std::string, std::less<>>>();
+  std::map<std::string, std::string, std::less<>> layer;
   if (!options.format.empty()) {
     const FormatDefaultSet defaults =
         FormatDefaults(options.format, engine.CoreVideoCodec(), engine.CoreAudioCodec());
-    for (const auto& [key, value] : defaults.Entries()) (*layer)[LowerAscii(key)] = *value;
-    (*layer)["outputmode"] = options.format;
+    for (const auto& [key, value] : defaults.Entries()) layer[LowerAscii(key)] = *value;
+    layer["outputmode"] = options.format;
   }
-  for (const auto& [key, value] : options.overrides) (*layer)[key] = value;
+  for (const auto& [key, value] : options.overrides) layer[key] = value;
   PreparedJob job;
-  job.read = [layer](std::string_view key) {
-    const auto found = layer->find(LowerAscii(key));
-    return found != layer->end() ? found->second : ReadSetting(key);
+  job.read = [layer = std::move(layer)](std::string_view key) {
+    const auto found = layer.find(LowerAscii(key));
+    return found != layer.end() ? found->second : ReadSetting(key);
   };
   job.task.source = options.file;
   job.task.outputFolder = options.output.empty() ? job.read("OutputFolder") : options.output;
