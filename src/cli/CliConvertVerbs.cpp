@@ -5,13 +5,17 @@
 #include <cstdio>
 #include <map>
 #include <optional>
+#include <vector>
 
 #include "cli/CliHost.h"
 #include "engine/FFmpegX.h"
 #include "jobs/EngineSetup.h"
 #include "jobs/FormatCatalogue.h"
+#include "jobs/ListboxModel.h"
 #include "jobs/MainState.h"
 #include "jobs/Settings.h"
+#include "jobs/TaskLoop.h"
+#include "jobs/Tasks.h"
 #include "subtitles/FileHelpers.h"
 #include "subtitles/TextHelpers.h"
 
@@ -23,7 +27,11 @@ struct JobOptions {
   std::map<std::string, std::string, std::less<>> overrides;  // keys in lower case
   std::string output;
   int pass = -1;
-  std::string file;
+  std::string file;                 // the first file
+  std::vector<std::string> files;   // every file, in order
+  std::string list;                 // a saved task list to start from
+  // Start, end and parts for each file: the last "--cut" before it, if any.
+  std::vector<std::vector<std::string>> cuts;
 };
 
 // A relative name becomes absolute, so that a name such as "-x.mp4" can never
@@ -35,31 +43,42 @@ std::string Absolute(const std::string& path) {
   return cPath(buffer) + path;
 }
 
-std::optional<JobOptions> ParseJobOptions(const Args& args, bool allowPass) {
+// `manyFiles` allows several files, a saved list and cut points: a task list.
+std::optional<JobOptions> ParseJobOptions(const Args& args, bool allowPass, bool manyFiles = false) {
   JobOptions options;
+  bool onlyFiles = false;
+  std::vector<std::string> cut;
   for (size_t i = 0; i < args.size(); ++i) {
     const std::string& arg = args[i];
     const bool hasValue = i + 1 < args.size();
-    if (arg == "--format" && hasValue) {
+    const bool option = !onlyFiles && StartsWith(arg, "--");
+    if (option && arg == "--") {
+      onlyFiles = true;
+    } else if (option && arg == "--format" && hasValue) {
       options.format = args[++i];
-    } else if (arg == "--set" && hasValue) {
+    } else if (option && arg == "--set" && hasValue) {
       const std::string pair = args[++i];
       const size_t equals = pair.find('=');
       if (equals == std::string::npos || equals == 0) return std::nullopt;
       options.overrides[LowerAscii(pair.substr(0, equals))] = pair.substr(equals + 1);
-    } else if (arg == "--output" && hasValue) {
+    } else if (option && arg == "--output" && hasValue) {
       options.output = Absolute(args[++i]);
-    } else if (arg == "--pass" && hasValue && allowPass) {
+    } else if (option && arg == "--pass" && hasValue && allowPass) {
       options.pass = static_cast<int>(Val(args[++i]));
-    } else if (arg == "--" && hasValue && options.file.empty() && i + 2 == args.size()) {
-      options.file = Absolute(args[++i]);
-    } else if (options.file.empty() && (!StartsWith(arg, "--") || arg.size() == 1)) {
-      options.file = Absolute(arg);
+    } else if (option && arg == "--list" && hasValue && manyFiles) {
+      options.list = Absolute(args[++i]);
+    } else if (option && arg == "--cut" && i + 3 < args.size() && manyFiles) {
+      cut.assign(args.begin() + static_cast<long>(i) + 1, args.begin() + static_cast<long>(i) + 4);
+      i += 3;
+    } else if (!option && (manyFiles || options.files.empty())) {
+      options.files.push_back(Absolute(arg));
+      options.cuts.push_back(cut);
     } else {
       return std::nullopt;
     }
   }
-  if (options.file.empty()) return std::nullopt;
+  if (options.files.empty() && options.list.empty()) return std::nullopt;
+  if (!options.files.empty()) options.file = options.files.front();
   return options;
 }
 
@@ -70,7 +89,9 @@ struct PreparedJob {
   SettingReader read;
 };
 
-PreparedJob Prepare(const JobOptions& options, const FFmpegX& engine) {
+// The store, the chosen format's own starting values, then the caller's
+// overrides; nothing is written to the store.
+SettingReader ReaderFor(const JobOptions& options, const FFmpegX& engine) {
   std::map<std::string, std::string, std::less<>> layer;
   if (!options.format.empty()) {
     const FormatDefaultSet defaults =
@@ -78,14 +99,19 @@ PreparedJob Prepare(const JobOptions& options, const FFmpegX& engine) {
     for (const auto& [key, value] : defaults.Entries()) layer[LowerAscii(key)] = *value;
     layer["outputmode"] = options.format;
   }
+  if (!options.output.empty()) layer["outputfolder"] = options.output;
   for (const auto& [key, value] : options.overrides) layer[key] = value;
-  PreparedJob job;
-  job.read = [layer = std::move(layer)](std::string_view key) {
+  return [layer = std::move(layer)](std::string_view key) {
     const auto found = layer.find(LowerAscii(key));
     return found != layer.end() ? found->second : ReadSetting(key);
   };
+}
+
+PreparedJob Prepare(const JobOptions& options, const FFmpegX& engine) {
+  PreparedJob job;
+  job.read = ReaderFor(options, engine);
   job.task.source = options.file;
-  job.task.outputFolder = options.output.empty() ? job.read("OutputFolder") : options.output;
+  job.task.outputFolder = job.read("OutputFolder");
   job.task.formatName = LowerAscii(job.read("OutputMode"));
   job.task.corePath = engine.Core();
   return job;
@@ -164,16 +190,50 @@ int Command(const Args& arguments) {
 int Convert(const Args& arguments) {
   Args args = arguments;
   CliHost host(TakeYes(args));
-  const auto options = ParseJobOptions(args, false);
+  const auto options = ParseJobOptions(args, false, true);
   if (!options) {
-    std::fprintf(stderr, "usage: zel-cli convert [--format NAME] [--set Key=Value]... [--output DIR] FILE\n");
+    std::fprintf(stderr,
+                 "usage: zel-cli convert [--format NAME] [--set Key=Value]... [--output DIR] [--list FILE.ini] "
+                 "[[--cut START END PARTS] FILE]...\n"
+                 "       --cut sets the points of the files after it; \"--cut 0 0 0\" returns to the global ones\n");
     return 2;
   }
   FFmpegX engine;
-  if (!StartJob(host, engine, *options)) return 1;
-  const int result = RunEngineJob(engine);
-  if (result == 0) PrintField("output", engine.OutputFileName());
-  return result;
+  if (!StartCli(host, true) || !StartEngine(host, engine)) return 1;
+
+  ListboxModel tasks;
+  if (!options->list.empty()) {
+    if (!FileExists(options->list)) {
+      std::fprintf(stderr, "zel-cli: no such list: %s\n", options->list.c_str());
+      return 1;
+    }
+    tasks.LoadListFromFile(options->list);
+  }
+  // A missing file becomes a task all the same: the run reports it at its turn.
+  for (size_t i = 0; i < options->files.size(); ++i) {
+    AddToTaskList(tasks, options->files[i]);
+    const std::vector<std::string>& cut = options->cuts[i];
+    if (cut.size() == 3) {
+      const int last = tasks.ListCount() - 1;
+      tasks.SetListOther(last, CutRecordText(cut[0], cut[1], cut[2]));
+      tasks.SetListComment(last, CutComment(cut[0], cut[1], cut[2]));
+    }
+  }
+  // A folder named on the command line is wanted: make it, as a save dialog would.
+  if (!options->output.empty()) MakedPath(options->output);
+
+  TaskLoop loop(engine, tasks, host, ReaderFor(*options, engine));
+  loop.aviSynthUsable = FFmpegX::AviSynthInstalled();
+  loop.Info().LineReplaced = [](const std::string& line) { std::fprintf(stderr, "%s\n", line.c_str()); };
+  host.onInterrupt = [&loop] { loop.Cancel(); };
+  InstallInterruptHandlers();
+  if (!loop.CheckTasks()) return 1;
+  loop.RunTasks();
+  for (const std::string& path : loop.PassedOver()) std::fprintf(stderr, "zel-cli: no job takes %s\n", path.c_str());
+  for (const std::string& output : loop.OutputList()) PrintField("output", output);
+  if (Interrupted()) return 130;
+  const bool everyTask = loop.PassedOver().empty() && loop.JobsStarted() > 0;
+  return everyTask && loop.JobsSucceeded() >= loop.JobsStarted() ? 0 : 1;
 }
 
 }  // namespace zel::cli

@@ -14,6 +14,12 @@ volatile std::sig_atomic_t g_interrupted = 0;
 
 void OnInterrupt(int) { g_interrupted = 1; }
 
+const char* DialectWord(ToolDialect dialect) { return dialect == ToolDialect::Today ? "today" : "legacy"; }
+
+}  // namespace
+
+bool Interrupted() { return g_interrupted != 0; }
+
 void InstallInterruptHandlers() {
   struct sigaction action {};
   action.sa_handler = OnInterrupt;
@@ -25,10 +31,6 @@ void InstallInterruptHandlers() {
   // partial output cleaned up.
   std::signal(SIGPIPE, SIG_IGN);
 }
-
-const char* DialectWord(ToolDialect dialect) { return dialect == ToolDialect::Today ? "today" : "legacy"; }
-
-}  // namespace
 
 std::string ResolveTool(const std::string& name) {
   if (name.find('/') != std::string::npos) return name;

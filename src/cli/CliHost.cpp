@@ -7,6 +7,7 @@
 #include <iostream>
 
 #include "jobs/MainState.h"
+#include "jobs/SessionActions.h"
 #include "jobs/Strings.h"
 
 namespace zel::cli {
@@ -14,9 +15,48 @@ namespace zel::cli {
 void CliHost::AddInfo(std::string_view category, std::string_view message, std::string_view) {
   if (quietStart && category == StrInfoDone) return;
   // Information lines go beside the verb's own output, which scripts read.
-  std::fprintf(stderr, "%.*s | %.*s\n", static_cast<int>(category.size()), category.data(), static_cast<int>(message.size()),
-              message.data());
+  if (message.empty()) {
+    std::fprintf(stderr, "%.*s\n", static_cast<int>(category.size()), category.data());
+  } else {
+    std::fprintf(stderr, "%.*s | %.*s\n", static_cast<int>(category.size()), category.data(),
+                 static_cast<int>(message.size()), message.data());
+  }
 }
+
+void CliHost::PumpEvents() {
+  if (Interrupted() && !interruptSent_) {
+    interruptSent_ = true;
+    if (onInterrupt) onInterrupt();
+  }
+}
+
+void CliHost::SetProgress(int value, int max) {
+  if (max <= 0) return;
+  std::printf("progress %d %d\n", value, max);
+  std::fflush(stdout);
+}
+
+void CliHost::ShowBalloon(std::string_view title, std::string_view text) {
+  // An error's balloon repeats its information line.
+  if (title == StrErrorOccurred) return;
+  std::fprintf(stderr, "%.*s | %.*s\n", static_cast<int>(title.size()), title.data(), static_cast<int>(text.size()),
+               text.data());
+}
+
+void CliHost::PlayTones() {
+  // Without a sound player the terminal's bell is the nearest thing.
+  if (!zel::PlayTones()) std::fputs("\a", stderr);
+}
+
+bool CliHost::PowerAction(std::string_view action) {
+  const SessionActionResult result = action == StrFinishShutDown ? PowerOff()
+                                     : action == StrFinishRestart ? Reboot()
+                                                                  : LogOff();
+  if (!result.ok) AddInfo(StrInfoProblem, result.error, {});
+  return result.ok;
+}
+
+bool CliHost::OpenFolder(const std::string& folder) { return zel::OpenFolder(folder); }
 
 bool CliHost::Ask(std::string_view question, bool defaultYes) {
   if (yes_) return true;
@@ -30,6 +70,7 @@ bool CliHost::Ask(std::string_view question, bool defaultYes) {
 
 void CliHost::ShowMessage(std::string_view text) {
   std::printf("%.*s\n", static_cast<int>(text.size()), text.data());
+  std::fflush(stdout);
 }
 
 bool TakeYes(Args& args) {

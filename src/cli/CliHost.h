@@ -2,16 +2,17 @@
 // the terminal, and questions are answered the same way by every verb.
 #pragma once
 
+#include <functional>
 #include <string>
 
 #include "cli/CliVerbs.h"
 #include "engine/FFmpegX.h"
-#include "jobs/JobHost.h"
 #include "jobs/StartUp.h"
+#include "jobs/TaskLoop.h"
 
 namespace zel::cli {
 
-class CliHost : public JobHost {
+class CliHost : public RunHost {
  public:
   explicit CliHost(bool yes) : yes_(yes) {}
 
@@ -21,12 +22,25 @@ class CliHost : public JobHost {
   bool Ask(std::string_view question, bool defaultYes) override;
   void ShowMessage(std::string_view text) override;
 
+  // A run's events on the terminal: information lines on standard error,
+  // progress on standard output for scripts to follow.
+  void PumpEvents() override;
+  void SetProgress(int value, int max) override;
+  void ShowBalloon(std::string_view title, std::string_view text) override;
+  void PlayTones() override;
+  bool PowerAction(std::string_view action) override;
+  bool OpenFolder(const std::string& folder) override;
+
+  // Called from the pump once after Ctrl-C.
+  std::function<void()> onInterrupt;
+
   // While set, the start-up's report of success ("完成" lines) is left out:
   // scripts call zel-cli again and again and want only the verb's output.
   bool quietStart = false;
 
  private:
   bool yes_;
+  bool interruptSent_ = false;
 };
 
 // Removes "--yes" from the arguments; true when it was there.

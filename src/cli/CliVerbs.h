@@ -24,10 +24,16 @@ int Profiles(const Args& args);
 int Probe(const Args& args);
 int Command(const Args& args);
 int Convert(const Args& args);
+int List(const Args& args);
 
 // Starts the engine's job and follows it on standard output as "status" and
 // "progress" lines; Ctrl-C cancels. 0 when the job completed, 130 when cancelled.
 int RunEngineJob(FFmpegX& engine);
+
+// Ctrl-C, SIGTERM and SIGHUP raise a flag instead of ending the program, so
+// that a run can end its tool and remove the partial output first.
+void InstallInterruptHandlers();
+bool Interrupted();
 
 // Finds a tool named without a folder on PATH; a path is returned as given.
 std::string ResolveTool(const std::string& name);

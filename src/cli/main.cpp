@@ -25,7 +25,9 @@ constexpr Verb kVerbs[] = {
     {"command", zel::cli::Command,
      "command [--format NAME] [--set Key=Value]... [--pass N] [--output DIR] FILE   the command a conversion runs"},
     {"convert", zel::cli::Convert,
-     "convert [--format NAME] [--set Key=Value]... [--output DIR] FILE   convert one file"},
+     "convert [--format NAME] [--set Key=Value]... [--output DIR] [--list FILE.ini] "
+     "[[--cut START END PARTS] FILE]...   run a task list"},
+    {"list", zel::cli::List, "list save FILE.ini MEDIA... [--cut START END PARTS] | load FILE.ini | show FILE.ini   task list files"},
     {"profiles", zel::cli::Profiles,
      "profiles list | show TITLE | apply TITLE | save [FILE] | load FILE | user   conversion profiles"},
 };

@@ -322,6 +322,10 @@ class FFmpegX {
   std::string BuildCommand(int pass, int rotate = 0, const std::string& extraAudioFile = {});
   const std::string& CommandToRun() const { return commandToRun_; }
 
+  // Removes the job's scratch files (scripts, subtitle copies); the scratch
+  // name itself stays for the next job.
+  void DeleteScratchFiles() const;
+
   // Where the tool log goes: beside the tool, or under the user's state folder
   // when the tool's folder cannot be written.
   std::string ToolLogPath() const;
@@ -358,7 +362,6 @@ class FFmpegX {
   void Report(int status, std::string_view info);
   void RaiseStatusChange(int status, std::string_view info);
   void RaiseProgress(bool finished);
-  void DeleteScratchFiles() const;
 
   // Work that arrives with image conversion, media probing and frame grabbing.
   std::string ProbeSource(const std::string& source);

@@ -193,7 +193,13 @@ std::string FFmpegX::BuildCommand(int pass, int rotate, const std::string& extra
         {"#OutputFileName#", outputFileName_},
     };
     command = CommandLine;
-    for (const auto& [mark, value] : placeholders) command = ReplaceAllNoCase(command, mark, value);
+    // A path placeholder written in double quotes is quoted by the splitter's
+    // rules, so that a name holding a double quote still arrives whole; for any
+    // other name this is the same text.
+    for (const auto& [mark, value] : placeholders) {
+      command = ReplaceAllNoCase(command, "\"" + std::string(mark) + "\"", QuoteArgument(value));
+      command = ReplaceAllNoCase(command, mark, value);
+    }
   }
   // A hand-written command is the user's own and runs as written.
   commandToRun_ = (!overridden && coreStatus_ == kCoreFFmpeg && coreDialect_ == ToolDialect::Today)
@@ -407,12 +413,6 @@ std::string FFmpegX::ComposeFFmpeg(int pass, int rotate, const std::string& extr
   extra(audioStreamCount_, DisableAudio, MultiAudioTrackSupport, " -newaudio" + audioCodecText + audioOptionsText);
   extra(subtitleStreamCount_, DisableSubtitle, MultiSubtitleTrackSupport, " -newsubtitle" + subtitleText);
   return command;
-}
-
-std::string FFmpegX::ComposeMEncoder(int /*pass*/) {
-  // MEncoder's own composition arrives with the MEncoder jobs; until then such a
-  // core starts nothing unless a command line overrides.
-  return {};
 }
 
 void FFmpegX::GenerateScript(const std::string& /*path*/) {

@@ -22,6 +22,18 @@ inline constexpr std::string_view SubtitleFormatList = "SRT|SSA|ASS|LRC|KSC|KRC|
 
 // The open dialog's image filter; a name in it is a picture format.
 inline constexpr std::string_view kImageFilter = "*.jpg; *.jpeg; *.gif; *.bmp; *.png; *.dib; *.tif; *.tiff; *.jpeg+thm";
+// The open dialog's other filters; the long lists end with the extensions
+// that today's tools read.
+inline constexpr std::string_view kVideoFilter =
+    "*.rmvb; *.rm; *.avi; *.mp4; *.3gp; *.264; *.h264; *.avc; *.dat; *.qt; *.mov; *.mpg; *.mpeg; *.m1v; *.wmv; *.asf; "
+    "*.mkv; *.flv; *.pmp; *.divx; *.xvid; *.3gp2; *.3g2; *.3gpp; *.fli; *.flc; *.m4v; *.dv; *.vob; *.ts; *.m2ts; "
+    "*.mts; *.tp; *.trp; *.webm; *.ogv; *.ogm; *.f4v; *.swf; *.amv; *.nsv; *.mxf; *.y4m; *.m2v; *.evo; *.vp6; "
+    "*.avs";
+inline constexpr std::string_view kAudioFilter =
+    "*.mp3; *.wma; *.mp2; *.ac3; *.ogg; *.wav; *.aac; *.dts; *.aiff; *.au; *.ram; *.ra; *.cda; *.amr; *.m4a; *.mmf; "
+    "*.awb; *.flac; *.ape; *.mpc; *.audio; *.mpa; *.opus; *.oga; *.mka; *.wv; *.tta; *.aif; *.caf; *.spx";
+inline constexpr std::string_view kSubtitleFilter =
+    "*.ssa; *.srt; *.ass; *.lrc; *.ksc; *.krc; *.smi; *.sami; *.snc; *.qly; *.utf; *.stl; *.vsf; *.dks; *.txt; *.stxt";
 // True when "*." + the extension of `path` is in `filter`, ignoring case.
 bool InFilter(std::string_view path, std::string_view filter);
 

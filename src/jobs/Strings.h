@@ -170,4 +170,90 @@ inline constexpr Text StrChooseProfiles = "预置转换方案";
 inline constexpr Text StrChooseLater = "暂不选择";
 inline constexpr Text StrChooseDontShow = "不再显示";
 
+// ---- Tasks and the check before a run ----
+inline constexpr Text StrAutoAudioTag = "音频: 自动";
+inline constexpr Text StrStartPoint = "开始点";
+inline constexpr Text StrEndPoint = "结束点";
+inline constexpr Text StrPartsCount = "分段数";
+inline constexpr Text StrAddTasksFirst = "请先添加任务";
+inline constexpr Text StrAddFilesFirst = "请先添加文件";
+inline constexpr Text StrMoveNeedsFolder = "文件不需要移动到原始目录。";
+inline constexpr Text StrMoveQuestion = "文件将被移动到指定的保存目录，是否继续？";
+inline constexpr Text StrTaskCancelled = "指定任务已被取消";
+inline constexpr Text StrPartsInvalid = "请设置有效的分段数量";
+inline constexpr Text StrTwoPassNeedsConstantRate = "2Pass 编码时请设定为视频恒定码率";
+inline constexpr Text StrOnlyMobileSizes = "编码格式只支持 128x96, 176x144, 352x288, 704x576 等分辨率";
+inline constexpr Text StrOnly8000Sampling = "编码格式只支持 8000 数值的音频采样设置";
+inline constexpr Text StrOnlyMono = "编码格式只支持单声道音频设置";
+inline constexpr Text StrOnlyAmrRates = "编码格式只支持 4.75, 5.15, 5.9, 6.7, 7.4, 7.95, 10.2, 12.2 等音频码率设置";
+inline constexpr Text StrOnlyFlvSampling = "编码格式只支持 11025、22050、44100 数值的音频采样设置";
+inline constexpr Text StrNoMono = "编码格式不支持单声道音频设置";
+inline constexpr Text StrNeedMusicFile = "需要设置有效音乐文件";
+inline constexpr Text StrNoAviSynthSupport = "无法启用 AviSynth 支持";
+inline constexpr Text StrLabelPicture = "视频画面设置";
+inline constexpr Text StrLabelBorder = "强制边框";
+inline constexpr Text StrLabelVolume = "音频音量";
+inline constexpr Text StrLabelCut = "切割设置";
+inline constexpr Text StrLabelContainer = "强制容器格式";
+inline constexpr Text StrIsSet = "已被设置";
+inline constexpr Text StrRmvbIgnoresCut = "输出格式为 RMVB 时切割设置无效";
+inline constexpr Text StrSourceVanished =
+    "请检查来源文件是否存在，并确保文件名不包含非法字符，是否将问题来源从列表移除？";
+
+// ---- The task loop and its log ----
+inline constexpr Text StrLogCheckTasks = "开始检测任务";
+inline constexpr Text StrLogStartTasks = "启动任务";
+inline constexpr Text StrLogTaskLoop = "进入任务循环: ";
+inline constexpr Text StrLogTaskSettings = " 设置";
+inline constexpr Text StrLogMEncoderJob = "执行 ME 转换任务: ";
+inline constexpr Text StrLogRealMediaJob = "执行 RM 转换任务: ";
+inline constexpr Text StrLogFFmpegJob = "执行 FF 转换任务: ";
+inline constexpr Text StrLogFinishRun = "完成并还原状态";
+inline constexpr Text StrLogJoinOutputs = "执行合并输出项目";
+inline constexpr Text StrLogDirectCut = "执行直接分割任务: ";
+inline constexpr Text StrLogDirectJoin = "执行直接合并任务";
+inline constexpr Text StrJoinedSuffix = "_合并文件";
+inline constexpr Text StrStartingTask = "正在启动任务";
+inline constexpr Text StrTransferFailed = "失败的复制或移动文件操作";
+inline constexpr Text StrCannotWriteFile = "无法写入文件: ";
+inline constexpr Text StrToolMissing = "找不到所需的工具: ";
+inline constexpr Text StrProgressWord = "进度";
+inline constexpr Text StrCancelRunQuestion = "是否取消正在转换的任务?";
+inline constexpr Text StrButtonStart = "开始";
+inline constexpr Text StrButtonCancel = "取消";
+inline constexpr Text StrButtonCancelAll = "取消所有处理";
+inline constexpr Text StrCopyTo = "copyto";
+inline constexpr Text StrMoveTo = "moveto";
+inline constexpr Text StrJpegThm = "jpeg+thm";
+inline constexpr Text StrCreditMade = "制作";
+
+// ---- What the engine's events show ----
+inline constexpr Text StrTwoPassWord = "2Pass 编码";
+inline constexpr Text StrPassWord = " Pass";
+inline constexpr Text StrAviSynthOn = "AVS 被启用";
+inline constexpr Text StrErrorOccurred = "发生错误";
+inline constexpr Text StrCancelledWord = "已取消";
+inline constexpr Text StrSearchingStart = "正在检索开始点位置，请稍等...";
+inline constexpr Text StrMuxingSubtitle = "正在合成字幕流";
+inline constexpr Text StrAutoSubtitleNone = "不处理";
+inline constexpr Text StrAutoSubtitleFile = "生成文件";
+inline constexpr std::array<Text, 6> StrPriorityLabels{"最低", "低于标准", "标准", "高于标准", "高", "实时"};
+
+// ---- The end of a run ----
+inline constexpr Text StrFinishNothing = "无";
+inline constexpr Text StrFinishShutDown = "关机";
+inline constexpr Text StrFinishRestart = "重起";
+inline constexpr Text StrFinishLogOff = "注销";
+inline constexpr Text StrFinishQuit = "退出";
+inline constexpr Text StrFinishSound = "声音";
+inline constexpr Text StrFinishResults = "列表";
+inline constexpr Text StrFinishOpen = "打开";
+inline constexpr Text StrAllTasksDone = "全部任务已完成。假如文件创建失败或设置无效，请按软件帮助检查并解决问题。";
+inline constexpr Text StrAllTasksDoneTitle = "全部任务已完成";
+
+// ---- Direct cut and join, RealMedia job ----
+inline constexpr Text StrDirectModeRefused = "不支持在影音直接切割或合并模式下执行该操作";
+// What the producer writes into a RealMedia file as its maker.
+inline constexpr Text StrProducerDescription = "影音工坊";
+
 }  // namespace zel

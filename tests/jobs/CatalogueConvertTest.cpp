@@ -98,7 +98,7 @@ TEST_F(CatalogueConvert, EveryOfferedFormatConvertsWithItsDefaults) {
     const Expected& e = expected->second;
     if (e.container.empty()) {
       EXPECT_EQ(run.exitCode, 1) << run.output;
-      EXPECT_TRUE(Contains(run.output, "status 3 Error")) << run.output;
+      EXPECT_TRUE(Contains(run.output, "发生错误 | ")) << run.output;
       continue;
     }
     ASSERT_EQ(run.exitCode, 0) << run.output;

@@ -1,0 +1,84 @@
+// zel-cli list: task lists saved and loaded in the list file format, so that a
+// script can prepare a batch for the window or for `convert --list`.
+#include <unistd.h>
+
+#include <cstdio>
+
+#include "cli/CliVerbs.h"
+#include "jobs/ListboxModel.h"
+#include "jobs/Tasks.h"
+#include "subtitles/FileHelpers.h"
+#include "subtitles/TextHelpers.h"
+
+namespace zel::cli {
+
+namespace {
+
+std::string AbsolutePath(const std::string& path) {
+  if (path.empty() || path[0] == '/') return path;
+  char buffer[4096];
+  return ::getcwd(buffer, sizeof buffer) == nullptr ? path : cPath(buffer) + path;
+}
+
+int Usage() {
+  std::fprintf(stderr,
+               "usage: zel-cli list save FILE.ini MEDIA... [--cut START END PARTS]\n"
+               "       zel-cli list load FILE.ini    every item as the program reads it back\n"
+               "       zel-cli list show FILE.ini    one line a task: path, cut record, comment\n");
+  return 2;
+}
+
+int Save(const Args& args) {
+  ListboxModel tasks;
+  std::vector<std::string> cut;
+  std::vector<std::string> media;
+  for (size_t i = 1; i < args.size(); ++i) {
+    if (args[i] == "--cut" && i + 3 < args.size()) {
+      cut.assign(args.begin() + static_cast<long>(i) + 1, args.begin() + static_cast<long>(i) + 4);
+      i += 3;
+    } else {
+      media.push_back(AbsolutePath(args[i]));
+    }
+  }
+  if (media.empty()) return Usage();
+  for (const std::string& path : media) {
+    AddToTaskList(tasks, path);
+    if (!cut.empty()) {
+      tasks.SetListOther(tasks.ListCount() - 1, CutRecordText(cut[0], cut[1], cut[2]));
+      tasks.SetListComment(tasks.ListCount() - 1, CutComment(cut[0], cut[1], cut[2]));
+    }
+  }
+  if (!tasks.SaveListToFile(args[0])) {
+    std::fprintf(stderr, "zel-cli: cannot write %s\n", args[0].c_str());
+    return 1;
+  }
+  return 0;
+}
+
+}  // namespace
+
+int List(const Args& args) {
+  if (args.size() < 2) return Usage();
+  const std::string& action = args[0];
+  const Args rest(args.begin() + 1, args.end());
+  if (action == "save") return Save(rest);
+  if (rest.size() != 1 || (action != "load" && action != "show")) return Usage();
+  if (!FileExists(rest[0])) {
+    std::fprintf(stderr, "zel-cli: no such list: %s\n", rest[0].c_str());
+    return 1;
+  }
+  ListboxModel tasks;
+  tasks.LoadListFromFile(rest[0]);
+  if (action == "load") {
+    // The same lines a save of the loaded list would write.
+    std::fputs(tasks.ListFileText().c_str(), stdout);
+    return 0;
+  }
+  for (int i = 0; i < tasks.ListCount(); ++i) {
+    std::printf("%d\t%s\t%s\t%s\n", i + 1, tasks.PathFromIndex(i).c_str(), tasks.ListOther(i).c_str(),
+                tasks.ListComment(i).c_str());
+  }
+  return 0;
+}
+
+}  // namespace zel::cli

@@ -1,0 +1,484 @@
+#include "jobs/TaskLoop.h"
+
+#include <sys/statvfs.h>
+
+#include <algorithm>
+
+#include "engine/CommandLine.h"
+#include "engine/FFmpegX.h"
+#include "engine/ProgressText.h"
+#include "jobs/DiagnosticsLog.h"
+#include "jobs/FormatCatalogue.h"
+#include "jobs/DirectJobs.h"
+#include "jobs/ListboxModel.h"
+#include "jobs/MainState.h"
+#include "jobs/RealMediaJob.h"
+#include "jobs/Strings.h"
+#include "subtitles/FileHelpers.h"
+#include "subtitles/TextHelpers.h"
+#include "subtitles/TimeNotation.h"
+
+namespace zel {
+
+namespace {
+
+constexpr std::string_view kImageFormats[] = {"jpg", "jpeg", "png", "bmp", "gif", "gif_t", "tif", "tiff"};
+
+bool IsImageFormat(std::string_view format) {
+  return std::find(std::begin(kImageFormats), std::end(kImageFormats), format) != std::end(kImageFormats);
+}
+
+bool IsSubtitleFormat(std::string_view format) {
+  for (const std::string& name : Split(LowerAscii(SubtitleFormatList), "|")) {
+    if (name == format) return true;
+  }
+  return false;
+}
+
+// Seconds of a point in the notations of the time fields; 0 for no point.
+double PointSeconds(std::string_view text) {
+  const std::string trimmed = Trim(text);
+  return trimmed.empty() ? 0.0 : ParseSecs(trimmed, true, ",");
+}
+
+std::string Extension(std::string_view path) {
+  const std::string_view dotted = SplitExtension(path).extension;
+  return dotted.empty() ? std::string() : LowerAscii(dotted.substr(1));
+}
+
+int64_t FreeSpace(const std::string& folder) {
+  struct statvfs info {};
+  if (::statvfs(folder.c_str(), &info) != 0) return -1;
+  return static_cast<int64_t>(info.f_bavail) * static_cast<int64_t>(info.f_frsize);
+}
+
+std::string Folder(std::string_view path) {
+  const size_t slash = path.rfind('/');
+  return slash == std::string_view::npos ? std::string() : std::string(path.substr(0, slash + 1));
+}
+
+std::string BaseName(std::string_view path) {
+  const std::string stem(SplitExtension(path).stem);
+  const size_t slash = stem.rfind('/');
+  return slash == std::string::npos ? stem : stem.substr(slash + 1);
+}
+
+}  // namespace
+
+TaskLoop::TaskLoop(FFmpegX& engine, ListboxModel& tasks, RunHost& host, SettingReader read)
+    : engine_(engine), tasks_(tasks), host_(host), read_(std::move(read)), info_(host) {
+  const MainState& state = Shared();
+  toolFfmpeg = state.ToolFfmpeg;
+  toolMencoder = state.ToolMencoder;
+  toolMp4box = state.ToolMp4box;
+  toolMkvmerge = state.ToolMkvmerge;
+  toolRmeditor = state.ToolRmeditor;
+  toolProducer = state.ToolProducer;
+  toolAsfbin = state.ToolAsfbin;
+  AttachEvents();
+}
+
+TaskLoop::~TaskLoop() {
+  engine_.StatusChange = nullptr;
+  engine_.ProgressChange = nullptr;
+  engine_.PipeChange = nullptr;
+  engine_.PriorityChanged = nullptr;
+  engine_.FileInfoChange = nullptr;
+  engine_.PumpEvents = nullptr;
+}
+
+void TaskLoop::Log(std::string_view text) const { DiagnosticsLog(Shared().ProgramPath).Write(text); }
+
+bool TaskLoop::CheckTasks(const CheckContext& context) {
+  info_.Clear();
+  CheckContext filled = context;
+  filled.karaokeJob = karaokeProduct;
+  filled.aviSynthUsable = aviSynthUsable;
+  return zel::CheckTasks(tasks_, read_, info_, host_, filled);
+}
+
+void TaskLoop::Cancel() {
+  stopRequested_ = true;
+  cancelled_ = true;
+  engine_.CancelProcess();
+}
+
+void TaskLoop::RunTasks(std::string_view forcedFormat) {
+  Log(StrLogStartTasks);
+  running_ = true;
+  host_.SetRunningLook(true);
+  if (read_("ShowStatus") == StrYes) host_.ShowLogPanel();
+  runLogBuffer_.clear();
+  outputs_.clear();
+  jobsStarted_ = jobsSucceeded_ = 0;
+  passedOver_.clear();
+  const std::string field = Trim(read_("OutputMode"));
+  if (!forcedFormat.empty()) {
+    formatName_ = LowerAscii(forcedFormat);
+  } else if (field == StrDirectCut || field == StrDirectJoin) {
+    formatName_ = field;
+  } else {
+    formatName_ = LowerAscii(field);
+  }
+  stopRequested_ = false;
+  cancelled_ = false;
+
+  if (read_("AVSFileJoin") == StrYes) {
+    std::string joined;
+    for (int i = 0; i < tasks_.ListCount(); ++i) joined += (i > 0 ? "|" : "") + tasks_.PathFromIndex(i);
+    if (!joined.empty()) RunTask(0, joined);
+  } else {
+    for (int i = 0; i < tasks_.ListCount() && !stopRequested_; ++i) {
+      const int started = jobsStarted_;
+      RunTask(i, tasks_.PathFromIndex(i));
+      if (jobsStarted_ == started && !stopRequested_) passedOver_.push_back(tasks_.PathFromIndex(i));
+      if (formatName_ == StrDirectJoin || karaokeProduct) break;
+    }
+  }
+  if (!stopRequested_ && outputs_.size() > 1 && read_("JoinAllTask") == StrYes) JoinOutputs();
+
+  host_.SetProgress(0, 0);
+  FinishRun();
+  RunFinishAction();
+}
+
+void TaskLoop::RunTask(int index, const std::string& source) {
+  currentTask_ = index;
+  tasks_.SetListIndex(index);
+  host_.SelectTask(index);
+  host_.PumpEvents();
+  currentSource_ = source;
+  const std::string record = tasks_.ListOther(index).empty() ? std::string(kEmptyCutRecord) : tasks_.ListOther(index);
+
+  if (formatName_ == StrCopyTo || formatName_ == StrMoveTo) {
+    RunTransfer(index, source);
+    return;
+  }
+  const SourceKind kind = Contains(source, "|") ? SourceKind::Video : SourceKindOf(source);
+  switch (kind) {
+    case SourceKind::Image:
+      if (formatName_ == StrJpegThm) {
+        RunImagePair(source);
+      } else if (IsImageFormat(formatName_)) {
+        ConfigureFor(source, {});
+        PreparePart(engine_, ConversionTask{source, OutputFolderFor(source), formatName_, engine_.Core(), false},
+                    read_, 0, 1, 0, 0);
+        StartEngine();
+      }
+      return;
+    case SourceKind::Subtitle:
+      if (IsSubtitleFormat(formatName_) && ConvertSubtitleFile) {
+        const std::string target = RenameExists(OutputFolderFor(source) + read_("FileNameAddStringBefore") +
+                                                    BaseName(source) + read_("FileNameAddStringAfter") + "." +
+                                                    formatName_,
+                                                read_("FileExistsOverwrite") == StrYes);
+        ++jobsStarted_;
+        if (ConvertSubtitleFile(source, target)) {
+          ++jobsSucceeded_;
+          outputs_.push_back(target);
+          info_.Add(target, StrInfoDone);
+        }
+      }
+      return;
+    case SourceKind::Other:
+      return;
+    default:
+      break;
+  }
+  if (formatName_ == StrDirectJoin) {
+    RunDirectJoin();
+    return;
+  }
+
+  ConfigureFor(source, std::string(StrLogTaskLoop) + std::to_string(index + 1) + std::string(StrLogTaskSettings));
+  const Cut cut = ReadCut(record);
+  if (formatName_ == StrDirectCut) {
+    RunDirectCut(index, source, cut);
+  } else {
+    RunConversionParts(index, source, cut);
+  }
+}
+
+std::string TaskLoop::OutputFolderFor(const std::string& source) const {
+  const std::string field = read_("OutputFolder");
+  return field.empty() ? Folder(source) : cPath(field);
+}
+
+void TaskLoop::ConfigureFor(const std::string& source, std::string_view logLine) {
+  if (!logLine.empty()) Log(logLine);
+  const bool mencoderJob = (EndsWith(source, ":") || Contains(formatName_, "/me")) && FileExists(toolMencoder);
+  ConversionTask task;
+  task.source = source;
+  task.outputFolder = read_("OutputFolder");
+  task.formatName = formatName_;
+  task.corePath = mencoderJob ? toolMencoder : toolFfmpeg;
+  task.aviSynthUsable = aviSynthUsable;
+  ConfigureConversion(engine_, task, read_);
+}
+
+TaskLoop::Cut TaskLoop::ReadCut(const std::string& record) const {
+  const CutRecord fields = ParseCutRecord(record);
+  const bool headTail = read_("SplitMode") == StrSplitHeadTail;
+  const double duration = engine_.Duration();
+  Cut cut;
+  const double ownStart = PointSeconds(fields.start);
+  cut.start = ownStart > 0 ? ownStart : PointSeconds(read_("SplitTimeStart"));
+  const double ownEnd = PointSeconds(fields.end);
+  if (ownEnd > 0) {
+    cut.end = headTail ? duration - ownEnd : ownEnd;
+  } else {
+    const double globalEnd = PointSeconds(read_("SplitTimeEnd"));
+    cut.end = headTail ? duration - globalEnd : globalEnd;
+  }
+  const int ownParts = static_cast<int>(Val(fields.parts));
+  cut.parts = ownParts > 0 ? ownParts : static_cast<int>(Val(read_("SplitPart")));
+  if (cut.parts < 1) cut.parts = 1;
+  cut.fullFile = cut.start == 0 && cut.end == 0 && cut.parts == 1;
+
+  // The comparisons with the duration are those of single precision.
+  const float length = static_cast<float>(duration);
+  if (duration > 0) {
+    auto beyond = [length](double value) { return static_cast<float>(value) > length; };
+    if (cut.end == 0 || cut.end == cut.start || beyond(cut.end) || beyond(cut.start) || cut.start > cut.end) {
+      if (cut.end == 0 || cut.end == cut.start || beyond(cut.end)) cut.end = duration;
+      if (beyond(cut.start) || cut.start > cut.end) cut.start = 0;
+    }
+  }
+  cut.partLength = (cut.end - cut.start) / cut.parts;
+  return cut;
+}
+
+void TaskLoop::RunConversionParts(int index, const std::string& source, const Cut& cut) {
+  const bool mencoderJob = (EndsWith(source, ":") || Contains(formatName_, "/me")) && FileExists(toolMencoder);
+  const bool realMediaJob = !mencoderJob && formatName_ == "rmvb" && FileExists(toolProducer);
+  const ConversionTask task{source, read_("OutputFolder"), formatName_, engine_.Core(), aviSynthUsable};
+  for (int part = 0; part < cut.parts && !stopRequested_; ++part) {
+    PreparePart(engine_, task, read_, part, cut.parts, cut.fullFile ? 0 : cut.start,
+                cut.fullFile ? 0 : cut.partLength);
+    const std::string number = std::to_string(index + 1);
+    if (mencoderJob) {
+      engine_.SetForceFormat(ReplaceAllNoCase(formatName_, "/me", ""));
+      Log(std::string(StrLogMEncoderJob) + number);
+    } else if (realMediaJob) {
+      if (!PrepareRealMedia()) continue;
+      Log(std::string(StrLogRealMediaJob) + number);
+    } else {
+      Log(std::string(StrLogFFmpegJob) + number);
+    }
+    StartEngine();
+  }
+}
+
+bool TaskLoop::PrepareRealMedia() {
+  // In test mode the audience file goes where the user looks for Test.bat.
+  const std::string folder = engine_.TestMode ? engine_.OutputDir() : Shared().ToolsPath;
+  const std::string audience = WriteProducerAudience(folder, ProducerAudience(read_));
+  if (audience.empty()) {
+    info_.Add(StrInfoProblem, std::string(StrCannotWriteFile) + folder);
+    return false;
+  }
+  engine_.SetForceFormat("rmvb");
+  engine_.Twopass = false;
+  engine_.CommandLine = ProducerCommandLine(toolProducer, audience, engine_.MetaData_Title, engine_.MetaData_Author,
+                                            engine_.MetaData_Copyright, Shared().ProductName);
+  engine_.Refresh = true;
+  return true;
+}
+
+void TaskLoop::StartEngine() {
+  ++jobsStarted_;
+  engine_.StartProcess();
+}
+
+void TaskLoop::RunDirectCut(int index, const std::string& source, const Cut& cut) {
+  const ConversionTask task{source, read_("OutputFolder"), formatName_, toolFfmpeg, false};
+  for (int part = 0; part < cut.parts && !stopRequested_; ++part) {
+    PreparePart(engine_, task, read_, part, cut.parts, cut.fullFile ? 0 : cut.start,
+                cut.fullFile ? 0 : cut.partLength);
+    const DirectJob job = DirectCutJob(source, engine_.TimeStartPoint, engine_.TimeEndPoint, ToolsForJobs());
+    if (job.kind != DirectJobKind::Command) {
+      info_.Add(StrInfoProblem, std::string(StrToolMissing) + job.tool);
+      return;
+    }
+    engine_.Twopass = false;
+    engine_.SetForceFormat(read_("SourceFormat") == StrYes || job.forceFormat.empty() ? Extension(source)
+                                                                                       : job.forceFormat);
+    if (engine_.Core() != job.tool) engine_.SetCore(job.tool);
+    engine_.CommandLine = job.commandLine;
+    engine_.Refresh = true;
+    Log(std::string(StrLogDirectCut) + std::to_string(index + 1) + " " + job.commandLine);
+    StartEngine();
+  }
+}
+
+ToolSet TaskLoop::ToolsForJobs() const {
+  ToolSet tools;
+  tools.ffmpeg = toolFfmpeg;
+  tools.mencoder = toolMencoder;
+  tools.mp4box = toolMp4box;
+  tools.mkvmerge = toolMkvmerge;
+  tools.rmeditor = toolRmeditor;
+  tools.asfbin = toolAsfbin;
+  tools.producer = toolProducer;
+  return tools;
+}
+
+void TaskLoop::RunDirectJoin() {
+  std::vector<std::string> inputs;
+  for (int i = 0; i < tasks_.ListCount(); ++i) {
+    const std::string path = tasks_.PathFromIndex(i);
+    const SourceKind kind = SourceKindOf(path);
+    if (kind == SourceKind::Video || kind == SourceKind::Audio || kind == SourceKind::Disc) inputs.push_back(path);
+  }
+  if (inputs.empty()) return;
+  ConfigureFor(inputs.front(), {});
+  engine_.FileNameAddStringAfter = read_("FileNameAddStringAfter");
+  engine_.TimeStartPoint = engine_.TimeEndPoint = 0;
+  JoinWith(DirectJoinJob(inputs, ToolsForJobs()), inputs, StrLogDirectJoin);
+}
+
+void TaskLoop::JoinOutputs() {
+  Log(StrLogJoinOutputs);
+  const std::vector<std::string> inputs = outputs_;
+  engine_.Refresh = false;
+  engine_.SetFilename(inputs.front());
+  engine_.FileNameAddStringAfter = std::string(StrJoinedSuffix);
+  engine_.TimeStartPoint = engine_.TimeEndPoint = 0;
+  const bool joined = JoinWith(OutputJoinJob(inputs, ToolsForJobs()), inputs, StrLogJoinOutputs);
+  if (!joined) return;
+  const std::string result = outputs_.back();
+  if (read_("JoinAllTaskAndClean") == StrYes) {
+    for (const std::string& output : inputs) zel::DeleteFile(output);
+  }
+  outputs_ = {result};
+}
+
+bool TaskLoop::JoinWith(const DirectJob& job, const std::vector<std::string>& inputs, std::string_view logLine) {
+  const std::string first = inputs.front();
+  const std::string extension =
+      read_("SourceFormat") == StrYes || formatName_ == StrDirectJoin ? Extension(first) : formatName_;
+  engine_.SetForceFormat(job.forceFormat.empty() ? extension : job.forceFormat);
+  engine_.Twopass = false;
+  const size_t before = outputs_.size();
+  if (job.kind == DirectJobKind::ToolMissing) {
+    info_.Add(StrInfoProblem, std::string(StrToolMissing) + job.tool);
+    return false;
+  }
+  if (job.kind == DirectJobKind::Concatenate) {
+    // The classic byte join; done here, without a shell.
+    std::string folder = engine_.OutputDir().empty() ? Folder(first) : engine_.OutputDir();
+    const std::string target =
+        RenameExists(folder + read_("FileNameAddStringBefore") + BaseName(first) + engine_.FileNameAddStringAfter +
+                         "." + engine_.ForceFormat(),
+                     false);
+    Log(std::string(logLine) + " " + target);
+    ++jobsStarted_;
+    info_.Add(StrStartingTask);
+    const bool done = ConcatenateFiles(inputs, target, [this] {
+      host_.PumpEvents();
+      return !stopRequested_;
+    });
+    if (!done) {
+      info_.ReplaceLast(std::string(StrErrorOccurred) + " | " + target);
+      return false;
+    }
+    OnFinishedOutput(target);
+  } else {
+    if (engine_.Core() != job.tool) engine_.SetCore(job.tool);
+    engine_.CommandLine = job.commandLine;
+    engine_.Refresh = true;
+    Log(std::string(logLine) + " " + job.commandLine);
+    StartEngine();
+  }
+  return outputs_.size() > before;
+}
+
+void TaskLoop::RunImagePair(const std::string& source) {
+  // One JPEG of at most 2048 pixels, and its 150x150 thumbnail in ".MISC".
+  const std::string folder = OutputFolderFor(source);
+  const std::pair<std::string, std::string> images[] = {{folder, "2048max"}, {folder + ".MISC/", "150x150"}};
+  const char* extensions[] = {"JPG", "THM"};
+  for (size_t i = 0; i < 2 && !stopRequested_; ++i) {
+    ConfigureFor(source, {});
+    MakedPath(images[i].first);
+    PreparePart(engine_, ConversionTask{source, images[i].first, "jpg", engine_.Core(), false}, read_, 0, 1, 0, 0);
+    engine_.SetOutputDir(images[i].first);
+    engine_.SetImageSize(images[i].second);
+    engine_.FileNameSuffix = extensions[i];
+    StartEngine();
+  }
+}
+
+void TaskLoop::RunTransfer(int index, const std::string& source) {
+  const bool move = formatName_ == StrMoveTo;
+  host_.SetStartButton(StrButtonCancel, "filecopy");
+  const std::string startTime = ClockNow();
+  info_.Add(StrStartingTask);
+  ++jobsStarted_;
+
+  const std::string folderField = read_("OutputFolder");
+  const std::string folder = folderField.empty() ? Folder(source) : cPath(folderField);
+  const int64_t size = FileSize(source);
+  const bool roomy = !DirectoryExists(folder) || FreeSpace(folder) < 0 || FreeSpace(folder) >= size;
+  bool done = false;
+  std::string target;
+  if (roomy && FileExists(source)) {
+    MakedPath(folder);
+    target = RenameExists(folder + source.substr(source.rfind('/') + 1), false);
+    const bool copied = !target.empty() && ConcatenateFiles({source}, target, [this] {
+      host_.PumpEvents();
+      return !stopRequested_;
+    });
+    host_.PumpEvents();
+    done = copied && FileExists(target) && FileSize(target) == FileSize(source);
+  }
+  std::string result;
+  if (done) {
+    result = std::string(StrInfoDone) + " | " + target;
+    info_.Add(StrInfoDone, target);
+    outputs_.push_back(target);
+    ++jobsSucceeded_;
+    if (move) zel::DeleteFile(source);
+  } else {
+    result = std::string(StrTransferFailed);
+    info_.Add(StrInfoProblem, StrTransferFailed);
+  }
+  tasks_.SetListComment(index, tasks_.ListComment(index) + " - " + startTime + " " + result);
+}
+
+void TaskLoop::FinishRun() {
+  if (!running_) return;
+  Log(StrLogFinishRun);
+  running_ = false;
+  host_.SetRunningLook(false);
+  stopRequested_ = true;
+  host_.SetStartButton(StrButtonStart, "4");
+  host_.SetStatusText({});
+  zel::DeleteFile(Shared().ToolsPath + "producer.rpad");
+  // Only this run's own scratch files: another instance may be converting.
+  engine_.DeleteScratchFiles();
+}
+
+void TaskLoop::RunFinishAction() {
+  const std::string action = read_("ConvertFinished");
+  if (action == StrFinishShutDown || action == StrFinishRestart || action == StrFinishLogOff) {
+    Shared().ExitNow = true;
+    host_.PowerAction(action);
+  } else if (action == StrFinishQuit) {
+    Shared().ExitNow = true;
+    host_.UnloadMainWindow();
+  } else if (action == StrFinishNotify) {
+    host_.ShowMessage(StrAllTasksDone);
+  } else if (action == StrFinishSound) {
+    host_.PlayTones();
+  } else if (action == StrFinishBalloon) {
+    host_.ShowBalloon(StrAllTasksDoneTitle, StrAllTasksDone);
+  } else if (action == StrFinishResults) {
+    host_.ShowResultPanel();
+  } else if (action == StrFinishOpen) {
+    const std::string folder = read_("OutputFolder");
+    if (DirectoryExists(folder)) host_.OpenFolder(folder);
+  }
+}
+
+}  // namespace zel
