@@ -30,6 +30,9 @@ void InstallInterruptHandlers() {
   // A reader that goes away must not kill us before the tool is ended and its
   // partial output cleaned up.
   std::signal(SIGPIPE, SIG_IGN);
+  // A file that reaches the size limit is a failed write to report, not a
+  // reason to die with a half-written file.
+  std::signal(SIGXFSZ, SIG_IGN);
 }
 
 std::string ResolveTool(const std::string& name) {

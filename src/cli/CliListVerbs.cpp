@@ -22,32 +22,29 @@ std::string AbsolutePath(const std::string& path) {
 
 int Usage() {
   std::fprintf(stderr,
-               "usage: zel-cli list save FILE.ini MEDIA... [--cut START END PARTS]\n"
+               "usage: zel-cli list save FILE.ini [[--cut START END PARTS] MEDIA]...\n"
                "       zel-cli list load FILE.ini    every item as the program reads it back\n"
                "       zel-cli list show FILE.ini    one line a task: path, cut record, comment\n");
   return 2;
 }
 
+// "--cut START END PARTS" sets the points of the files after it.
 int Save(const Args& args) {
   ListboxModel tasks;
   std::vector<std::string> cut;
-  std::vector<std::string> media;
   for (size_t i = 1; i < args.size(); ++i) {
     if (args[i] == "--cut" && i + 3 < args.size()) {
       cut.assign(args.begin() + static_cast<long>(i) + 1, args.begin() + static_cast<long>(i) + 4);
       i += 3;
-    } else {
-      media.push_back(AbsolutePath(args[i]));
+      continue;
     }
-  }
-  if (media.empty()) return Usage();
-  for (const std::string& path : media) {
-    AddToTaskList(tasks, path);
+    AddToTaskList(tasks, AbsolutePath(args[i]));
     if (!cut.empty()) {
       tasks.SetListOther(tasks.ListCount() - 1, CutRecordText(cut[0], cut[1], cut[2]));
       tasks.SetListComment(tasks.ListCount() - 1, CutComment(cut[0], cut[1], cut[2]));
     }
   }
+  if (tasks.ListCount() == 0) return Usage();
   if (!tasks.SaveListToFile(args[0])) {
     std::fprintf(stderr, "zel-cli: cannot write %s\n", args[0].c_str());
     return 1;

@@ -27,7 +27,7 @@ constexpr Verb kVerbs[] = {
     {"convert", zel::cli::Convert,
      "convert [--format NAME] [--set Key=Value]... [--output DIR] [--list FILE.ini] "
      "[[--cut START END PARTS] FILE]...   run a task list"},
-    {"list", zel::cli::List, "list save FILE.ini MEDIA... [--cut START END PARTS] | load FILE.ini | show FILE.ini   task list files"},
+    {"list", zel::cli::List, "list save FILE.ini [[--cut START END PARTS] MEDIA]... | load FILE.ini | show FILE.ini   task list files"},
     {"profiles", zel::cli::Profiles,
      "profiles list | show TITLE | apply TITLE | save [FILE] | load FILE | user   conversion profiles"},
 };

@@ -38,7 +38,7 @@ class SpawnSetup {
     sigset_t none, defaults;
     sigemptyset(&none);
     sigemptyset(&defaults);
-    for (int s : {SIGINT, SIGTERM, SIGPIPE, SIGCHLD, SIGQUIT, SIGHUP}) sigaddset(&defaults, s);
+    for (int s : {SIGINT, SIGTERM, SIGPIPE, SIGCHLD, SIGQUIT, SIGHUP, SIGXFSZ}) sigaddset(&defaults, s);
     posix_spawnattr_setsigmask(&attr_, &none);
     posix_spawnattr_setsigdefault(&attr_, &defaults);
     posix_spawnattr_setpgroup(&attr_, processGroup);

@@ -1,5 +1,7 @@
 #include "jobs/DirectJobs.h"
 
+#include <algorithm>
+
 #include <fcntl.h>
 #include <stdio.h>
 #include <sys/stat.h>
@@ -194,12 +196,22 @@ bool AppendFile(int target, const std::string& input, std::vector<char>& block,
                 const std::function<bool()>& keepGoing) {
   const int source = ::open(input.c_str(), O_RDONLY | O_CLOEXEC);
   if (source < 0) return false;
+  // A file still being written (a recording, a download) is taken as it was
+  // when its turn came; reading on to its end might never finish.
+  struct stat info {};
+  if (::fstat(source, &info) != 0) {
+    ::close(source);
+    return false;
+  }
+  off_t left = info.st_size;
   bool ok = true;
-  for (;;) {
-    const ssize_t got = ::read(source, block.data(), block.size());
+  while (left > 0) {
+    const size_t want = static_cast<size_t>(std::min<off_t>(left, static_cast<off_t>(block.size())));
+    const ssize_t got = ::read(source, block.data(), want);
     if (got < 0 && errno == EINTR) continue;
     if (got < 0) ok = false;
     if (got <= 0) break;
+    left -= got;
     if (!WriteBlock(target, block.data(), static_cast<size_t>(got)) || (keepGoing && !keepGoing())) {
       ok = false;
       break;
