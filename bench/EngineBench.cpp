@@ -10,11 +10,11 @@
 #include "engine/ChildProcess.h"
 #include "engine/CommandLine.h"
 #include "engine/FFmpegX.h"
+#include "BenchSupport.h"
 
 namespace {
 
-using zel::ChildProcess;
-using zel::LaunchPlan;
+using zel::bench::RunSeconds;
 
 // Recorded console text of a real ffmpeg conversion, in the engine's 256-byte blocks.
 std::vector<std::string> RecordedBlocks() {
@@ -43,20 +43,6 @@ void BM_ParseToolOutput(benchmark::State& state) {
   state.SetBytesProcessed(bytes);
 }
 BENCHMARK(BM_ParseToolOutput);
-
-double RunSeconds(const std::vector<std::string>& argv) {
-  const auto begin = std::chrono::steady_clock::now();
-  ChildProcess child;
-  LaunchPlan plan;
-  plan.stages.push_back(argv);
-  if (child.Start(plan, std::nullopt) != ChildProcess::StartResult::Started) return -1;
-  std::string block;
-  while (child.Read(block, 65536, 1000) != ChildProcess::ReadResult::End) {
-  }
-  const int status = child.Wait();
-  if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) return -1;
-  return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
-}
 
 // One conversion through `zel-cli exec` against the same command run directly,
 // alternately, so that both meet the same machine state.

@@ -319,6 +319,16 @@ void FFmpegX::ParseToolOutput(const std::string& block) {
       ParseMEncoderProgress(line);
       return;
     }
+    // MEncoder writes faster than a block is read and mixes in other lines, so
+    // a block may hold its progress line in the middle: the last whole one counts.
+    if (coreStatus_ == kCoreMEncoder) {
+      for (size_t at = line.rfind("Pos:"); at != std::string::npos && at > 0; at = line.rfind("Pos:", at - 1)) {
+        if (line.find("%)", at) != std::string::npos) {
+          ParseMEncoderProgress(line.substr(at));
+          return;
+        }
+      }
+    }
     for (const PercentRow& row : kPercentRows) {
       if (RowMatches(row, line, lower)) {
         max_ = 100;

@@ -41,6 +41,9 @@ namespace {
 // Long enough for a busy logind, short enough that the end of a run never hangs
 // on a bus that does not answer.
 constexpr int kBusTimeoutMs = 5000;
+// The power actions answer only after polkit has asked the user for rights,
+// and a user typing a password must not be told that the action failed.
+constexpr int kAuthorisedCallTimeoutMs = 120000;
 
 const QString kLogindService = QStringLiteral("org.freedesktop.login1");
 const QString kLogindPath = QStringLiteral("/org/freedesktop/login1");
@@ -80,10 +83,10 @@ class LogindBus {
 
   // Calls a method of logind; `error` is set when the call fails or times out.
   QDBusMessage Call(const QString& path, const QString& interface, const QString& method,
-                    const QList<QVariant>& arguments, std::string& error) const {
+                    const QList<QVariant>& arguments, std::string& error, int timeoutMs = kBusTimeoutMs) const {
     QDBusMessage request = QDBusMessage::createMethodCall(kLogindService, path, interface, method);
     request.setArguments(arguments);
-    QDBusMessage reply = connection_.call(request, QDBus::Block, kBusTimeoutMs);
+    QDBusMessage reply = connection_.call(request, QDBus::Block, timeoutMs);
     if (reply.type() != QDBusMessage::ReplyMessage) {
       error = ErrorText(reply.errorMessage(), reply.errorName());
       if (error.empty()) error = "no answer from logind";
@@ -114,7 +117,7 @@ SessionActionResult Outcome(std::string error) {
 SessionActionResult ManagerCall(const QString& method, const QList<QVariant>& arguments) {
   LogindBus bus;
   std::string error = bus.Failure();
-  if (error.empty()) bus.Call(kLogindPath, kManagerInterface, method, arguments, error);
+  if (error.empty()) bus.Call(kLogindPath, kManagerInterface, method, arguments, error, kAuthorisedCallTimeoutMs);
   return Outcome(std::move(error));
 }
 
@@ -252,7 +255,7 @@ SessionActionResult LogOff() {
   if (error.empty()) sessionId = SessionId(bus, error);
   if (error.empty()) {
     bus.Call(kLogindPath, kManagerInterface, QStringLiteral("TerminateSession"),
-             {QString::fromStdString(sessionId)}, error);
+             {QString::fromStdString(sessionId)}, error, kAuthorisedCallTimeoutMs);
   }
   return Outcome(std::move(error));
 }

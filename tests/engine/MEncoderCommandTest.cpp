@@ -132,6 +132,16 @@ TEST_F(MEncoderCommandTest, SubtitleAlignByKeypadRows) {
   }
 }
 
+// A block read while the tool raced ahead: other lines first, a cut line last.
+TEST_F(MEncoderCommandTest, ProgressFromTheLastWholePositionOfABlock) {
+  engine.SetCore(core);
+  engine.SetFilename(source);  // 60 seconds
+  engine.ParseToolOutput("1 duplicate frame(s)!\rPos:  12.0s    300f ( 20%) 25fps Trem: 0min\r"
+                         "Pos:  15.0s    375f ( 25%) 25fps Trem: 0min\rPos:  15.");
+  EXPECT_FLOAT_EQ(engine.Value(), 15);
+  EXPECT_FLOAT_EQ(engine.Max(), 60);
+}
+
 // Debian's mencoder has lavc and mp3lame but no faac, so the AVI row is the one to run.
 TEST_F(MEncoderCommandTest, RealMEncoderMakesAnAviAndReportsProgress) {
   const std::string clip = dir / "clip one.avi";
