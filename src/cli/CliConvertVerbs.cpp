@@ -125,8 +125,11 @@ std::optional<PreparedJob> StartJob(CliHost& host, FFmpegX& engine, const JobOpt
     return std::nullopt;
   }
   PreparedJob job = Prepare(options, engine);
+  const bool mencoder = IsMEncoderJob(job.task.source, job.task.formatName, Shared().ToolMencoder);
+  if (mencoder) job.task.corePath = Shared().ToolMencoder;
   ConfigureConversion(engine, job.task, job.read);
   PreparePart(engine, job.task, job.read, 0, 1, 0, 0);
+  if (mencoder) engine.SetForceFormat(ReplaceAllNoCase(job.task.formatName, "/me", ""));
   return job;
 }
 

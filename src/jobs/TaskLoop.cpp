@@ -65,6 +65,10 @@ std::string BaseName(std::string_view path) {
 
 }  // namespace
 
+bool IsMEncoderJob(std::string_view source, std::string_view formatName, const std::string& mencoderPath) {
+  return (EndsWith(source, ":") || Contains(LowerAscii(formatName), "/me")) && FileExists(mencoderPath);
+}
+
 TaskLoop::TaskLoop(FFmpegX& engine, ListboxModel& tasks, RunHost& host, SettingReader read)
     : engine_(engine), tasks_(tasks), host_(host), read_(std::move(read)), info_(host) {
   const MainState& state = Shared();
@@ -206,7 +210,7 @@ std::string TaskLoop::OutputFolderFor(const std::string& source) const {
 
 void TaskLoop::ConfigureFor(const std::string& source, std::string_view logLine) {
   if (!logLine.empty()) Log(logLine);
-  const bool mencoderJob = (EndsWith(source, ":") || Contains(formatName_, "/me")) && FileExists(toolMencoder);
+  const bool mencoderJob = IsMEncoderJob(source, formatName_, toolMencoder);
   ConversionTask task;
   task.source = source;
   task.outputFolder = read_("OutputFolder");
@@ -249,7 +253,7 @@ TaskLoop::Cut TaskLoop::ReadCut(const std::string& record) const {
 }
 
 void TaskLoop::RunConversionParts(int index, const std::string& source, const Cut& cut) {
-  const bool mencoderJob = (EndsWith(source, ":") || Contains(formatName_, "/me")) && FileExists(toolMencoder);
+  const bool mencoderJob = IsMEncoderJob(source, formatName_, toolMencoder);
   const bool realMediaJob = !mencoderJob && formatName_ == "rmvb" && FileExists(toolProducer);
   const ConversionTask task{source, read_("OutputFolder"), formatName_, engine_.Core(), aviSynthUsable};
   for (int part = 0; part < cut.parts && !stopRequested_; ++part) {

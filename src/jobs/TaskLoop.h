@@ -42,6 +42,9 @@ class RunHost : public JobHost {
   virtual bool OpenFolder(const std::string& /*folder*/) { return false; }
 };
 
+// A disc, or a "/me" format, goes to MEncoder when it is installed.
+bool IsMEncoderJob(std::string_view source, std::string_view formatName, const std::string& mencoderPath);
+
 // A subtitle file converted for the auto subtitle track: (source subtitle,
 // target ".srt") gives true when the target was written.
 using SubtitleConversion = std::function<bool(const std::string& source, const std::string& target)>;
