@@ -27,5 +27,11 @@ echo "== zel-cli command: the command a conversion to MKV composes, and what run
 "$cli" command --format MKV --output "$work" "$work/sample.mp4" | cut -c1-200
 
 echo "== zel-cli convert: the clip to MKV with the format's starting values"
-"$cli" convert --format MKV --set FileExistsOverwrite=是 --output "$work" "$work/sample.mp4" |
-  grep -E '^(status [0-9] (Starting|Complete|Error|Canceled)|progress|output)' | tail -6
+"$cli" convert --format MKV --set FileExistsOverwrite=是 --set ConvertFinished=无 --output "$work" \
+  "$work/sample.mp4" | grep -E '^output'
+
+echo "== a task list: the clip whole, then cut from 1 s to 4 s into three parts"
+"$cli" list save "$work/tasks.ini" "$work/sample.mp4" --cut 1 4 3 "$work/sample.mp4"
+"$cli" list show "$work/tasks.ini"
+"$cli" convert --format AVI --set FileExistsOverwrite=是 --set ConvertFinished=无 --output "$work/list" \
+  "$work/sample.mp4" --cut 1 4 3 "$work/sample.mp4" | grep -E '^output'
