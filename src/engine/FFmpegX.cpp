@@ -25,9 +25,7 @@ bool IsStillImageKey(std::string_view key) {
 }
 
 bool HasImageExtension(std::string_view path) {
-  const std::string_view dotted = SplitExtension(path).extension;
-  if (dotted.empty()) return false;
-  const std::string extension = LowerAscii(dotted.substr(1));
+  const std::string extension = LowerAscii(ExtensionOf(path));
   return std::find(kImageExtensions.begin(), kImageExtensions.end(), extension) != kImageExtensions.end();
 }
 

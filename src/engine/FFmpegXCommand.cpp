@@ -329,12 +329,9 @@ std::string FFmpegX::ComposeFFmpeg(int pass, int rotate, const std::string& extr
   switch (row.ext) {
     case Ext::Literal: extension = row.extension; break;
     case Ext::Format: extension = forceFormat_; break;
-    case Ext::Source: {
-      const std::string_view dotted = SplitExtension(first).extension;
-      extension = EndsWith(first, ":") ? std::string(row.extension)
-                                        : std::string(dotted.empty() ? dotted : dotted.substr(1));
+    case Ext::Source:
+      extension = EndsWith(first, ":") ? std::string(row.extension) : ExtensionOf(first);
       break;
-    }
   }
 
   // ---- After the table ----

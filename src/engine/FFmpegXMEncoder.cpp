@@ -265,11 +265,9 @@ std::string FFmpegX::ComposeMEncoder(int pass) {
   switch (row.ext) {
     case Ext::Literal: extension = row.extension; break;
     case Ext::Format: extension = forceFormat_; break;
-    case Ext::Source: {
-      const std::string_view dotted = SplitExtension(first).extension;
-      extension = disc ? std::string(row.extension) : std::string(dotted.empty() ? dotted : dotted.substr(1));
+    case Ext::Source:
+      extension = disc ? std::string(row.extension) : ExtensionOf(first);
       break;
-    }
   }
   if (UcaseNameSuffix) extension = UpperAscii(extension);
   if (!FileNameSuffix.empty()) extension = FileNameSuffix;

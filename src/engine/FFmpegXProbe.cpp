@@ -98,8 +98,7 @@ std::string FFmpegX::ReadProbeText(const std::string& path, const std::string& t
   audioStreamInfo_.clear();
   subtitleStreamInfo_.clear();
   videoStreamCount_ = audioStreamCount_ = subtitleStreamCount_ = 0;
-  const std::string_view dotted = SplitExtension(path).extension;
-  sourceSuffix_ = LowerAscii(dotted.empty() ? dotted : dotted.substr(1));
+  sourceSuffix_ = LowerAscii(ExtensionOf(path));
   sourceFormat_ = sourceSuffix_;
 
   const std::string text = ReplaceAll(toolText, "\r", "");

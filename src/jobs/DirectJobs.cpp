@@ -100,10 +100,7 @@ const JoinRow kOutputJoinRows[] = {
     With("*.mpa; *.mp2; *.mp3", kMpaJoin),
 };
 
-std::string ExtensionOf(std::string_view path) {
-  const std::string_view extension = SplitExtension(path).extension;
-  return extension.empty() ? std::string() : LowerAscii(extension.substr(1));
-}
+std::string LowerExtension(std::string_view path) { return LowerAscii(ExtensionOf(path)); }
 
 // Whether "*.ext" is one of the entries of a "*.a; *.b" list, case-blind. A
 // whole entry must match, so that "*.m" is not taken for "*.mp4".
@@ -164,7 +161,7 @@ DirectJob JoinJob(const JoinRow (&rows)[N], const std::vector<std::string>& path
   for (const std::string& path : paths) {
     if (!path.empty()) files.push_back(path);
   }
-  const std::string extension = files.empty() ? std::string() : ExtensionOf(files.front());
+  const std::string extension = files.empty() ? std::string() : LowerExtension(files.front());
   for (const JoinRow& row : rows) {
     if (!ListHolds(row.extensions, extension)) continue;
     std::string arguments;
@@ -242,7 +239,7 @@ ToolSet SharedTools() {
 bool ToolPresent(std::string_view path) { return FileExists(path); }
 
 DirectJob DirectCutJob(std::string_view sourcePath, float start, float end, const ToolSet& tools) {
-  const std::string extension = ExtensionOf(sourcePath);
+  const std::string extension = LowerExtension(sourcePath);
   for (const CutRow& row : kCutRows) {
     const bool last = &row == &std::end(kCutRows)[-1];
     if (!last && (!ListHolds(row.extensions, extension) || !ToolPresent(tools.*row.tool))) continue;

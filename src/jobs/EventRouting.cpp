@@ -150,11 +150,11 @@ void TaskLoop::AddSubtitleTrack(const std::string& output) {
 
   const std::string extension = LowerAscii(SplitExtension(output).extension);
   if (mode != StrAutoSubtitleFileAndTrack || (extension != ".mp4" && extension != ".m4v") ||
-      !FileExists(toolMp4box)) {
+      !FileExists(tools.mp4box)) {
     return;
   }
   host_.SetStatusText(StrMuxingSubtitle);
-  std::string command = QuoteArgument(toolMp4box) + " -add " +
+  std::string command = QuoteArgument(tools.mp4box) + " -add " +
                         QuoteArgument(target + ":lang=" + read_("AutoAddSubtitleTrackLang") + ":font=Arial:size=20") +
                         " " + QuoteArgument(output);
   const std::string format = engine_.ForceFormat();

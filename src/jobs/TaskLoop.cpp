@@ -41,10 +41,7 @@ double PointSeconds(std::string_view text) {
   return trimmed.empty() ? 0.0 : ParseSecs(trimmed, true, ",");
 }
 
-std::string Extension(std::string_view path) {
-  const std::string_view dotted = SplitExtension(path).extension;
-  return dotted.empty() ? std::string() : LowerAscii(dotted.substr(1));
-}
+std::string Extension(std::string_view path) { return LowerAscii(ExtensionOf(path)); }
 
 int64_t FreeSpace(const std::string& folder) {
   struct statvfs info {};
@@ -70,15 +67,7 @@ bool IsMEncoderJob(std::string_view source, std::string_view formatName, const s
 }
 
 TaskLoop::TaskLoop(FFmpegX& engine, ListboxModel& tasks, RunHost& host, SettingReader read)
-    : engine_(engine), tasks_(tasks), host_(host), read_(std::move(read)), info_(host) {
-  const MainState& state = Shared();
-  toolFfmpeg = state.ToolFfmpeg;
-  toolMencoder = state.ToolMencoder;
-  toolMp4box = state.ToolMp4box;
-  toolMkvmerge = state.ToolMkvmerge;
-  toolRmeditor = state.ToolRmeditor;
-  toolProducer = state.ToolProducer;
-  toolAsfbin = state.ToolAsfbin;
+    : tools(SharedTools()), engine_(engine), tasks_(tasks), host_(host), read_(std::move(read)), info_(host) {
   AttachEvents();
 }
 
@@ -210,12 +199,12 @@ std::string TaskLoop::OutputFolderFor(const std::string& source) const {
 
 void TaskLoop::ConfigureFor(const std::string& source, std::string_view logLine) {
   if (!logLine.empty()) Log(logLine);
-  const bool mencoderJob = IsMEncoderJob(source, formatName_, toolMencoder);
+  const bool mencoderJob = IsMEncoderJob(source, formatName_, tools.mencoder);
   ConversionTask task;
   task.source = source;
   task.outputFolder = read_("OutputFolder");
   task.formatName = formatName_;
-  task.corePath = mencoderJob ? toolMencoder : toolFfmpeg;
+  task.corePath = mencoderJob ? tools.mencoder : tools.ffmpeg;
   task.aviSynthUsable = aviSynthUsable;
   ConfigureConversion(engine_, task, read_);
 }
@@ -253,8 +242,8 @@ TaskLoop::Cut TaskLoop::ReadCut(const std::string& record) const {
 }
 
 void TaskLoop::RunConversionParts(int index, const std::string& source, const Cut& cut) {
-  const bool mencoderJob = IsMEncoderJob(source, formatName_, toolMencoder);
-  const bool realMediaJob = !mencoderJob && formatName_ == "rmvb" && FileExists(toolProducer);
+  const bool mencoderJob = IsMEncoderJob(source, formatName_, tools.mencoder);
+  const bool realMediaJob = !mencoderJob && formatName_ == "rmvb" && FileExists(tools.producer);
   const ConversionTask task{source, read_("OutputFolder"), formatName_, engine_.Core(), aviSynthUsable};
   for (int part = 0; part < cut.parts && !stopRequested_; ++part) {
     PreparePart(engine_, task, read_, part, cut.parts, cut.fullFile ? 0 : cut.start,
@@ -283,7 +272,7 @@ bool TaskLoop::PrepareRealMedia() {
   }
   engine_.SetForceFormat("rmvb");
   engine_.Twopass = false;
-  engine_.CommandLine = ProducerCommandLine(toolProducer, audience, engine_.MetaData_Title, engine_.MetaData_Author,
+  engine_.CommandLine = ProducerCommandLine(tools.producer, audience, engine_.MetaData_Title, engine_.MetaData_Author,
                                             engine_.MetaData_Copyright, Shared().ProductName);
   engine_.Refresh = true;
   return true;
@@ -295,11 +284,11 @@ void TaskLoop::StartEngine() {
 }
 
 void TaskLoop::RunDirectCut(int index, const std::string& source, const Cut& cut) {
-  const ConversionTask task{source, read_("OutputFolder"), formatName_, toolFfmpeg, false};
+  const ConversionTask task{source, read_("OutputFolder"), formatName_, tools.ffmpeg, false};
   for (int part = 0; part < cut.parts && !stopRequested_; ++part) {
     PreparePart(engine_, task, read_, part, cut.parts, cut.fullFile ? 0 : cut.start,
                 cut.fullFile ? 0 : cut.partLength);
-    const DirectJob job = DirectCutJob(source, engine_.TimeStartPoint, engine_.TimeEndPoint, ToolsForJobs());
+    const DirectJob job = DirectCutJob(source, engine_.TimeStartPoint, engine_.TimeEndPoint, tools);
     if (job.kind != DirectJobKind::Command) {
       info_.Add(StrInfoProblem, std::string(StrToolMissing) + job.tool);
       return;
@@ -315,18 +304,6 @@ void TaskLoop::RunDirectCut(int index, const std::string& source, const Cut& cut
   }
 }
 
-ToolSet TaskLoop::ToolsForJobs() const {
-  ToolSet tools;
-  tools.ffmpeg = toolFfmpeg;
-  tools.mencoder = toolMencoder;
-  tools.mp4box = toolMp4box;
-  tools.mkvmerge = toolMkvmerge;
-  tools.rmeditor = toolRmeditor;
-  tools.asfbin = toolAsfbin;
-  tools.producer = toolProducer;
-  return tools;
-}
-
 void TaskLoop::RunDirectJoin() {
   std::vector<std::string> inputs;
   for (int i = 0; i < tasks_.ListCount(); ++i) {
@@ -338,7 +315,7 @@ void TaskLoop::RunDirectJoin() {
   ConfigureFor(inputs.front(), {});
   engine_.FileNameAddStringAfter = read_("FileNameAddStringAfter");
   engine_.TimeStartPoint = engine_.TimeEndPoint = 0;
-  JoinWith(DirectJoinJob(inputs, ToolsForJobs()), inputs, StrLogDirectJoin);
+  JoinWith(DirectJoinJob(inputs, tools), inputs, StrLogDirectJoin);
 }
 
 void TaskLoop::JoinOutputs() {
@@ -348,7 +325,7 @@ void TaskLoop::JoinOutputs() {
   engine_.SetFilename(inputs.front());
   engine_.FileNameAddStringAfter = std::string(StrJoinedSuffix);
   engine_.TimeStartPoint = engine_.TimeEndPoint = 0;
-  const bool joined = JoinWith(OutputJoinJob(inputs, ToolsForJobs()), inputs, StrLogJoinOutputs);
+  const bool joined = JoinWith(OutputJoinJob(inputs, tools), inputs, StrLogJoinOutputs);
   if (!joined) return;
   const std::string result = outputs_.back();
   if (read_("JoinAllTaskAndClean") == StrYes) {

@@ -78,7 +78,7 @@ class TaskLoop {
   const std::vector<std::string>& PassedOver() const { return passedOver_; }
 
   // Tool paths, from the start-up's discovery unless a host sets them.
-  std::string toolFfmpeg, toolMencoder, toolMp4box, toolMkvmerge, toolRmeditor, toolProducer, toolAsfbin;
+  ToolSet tools;
   // Filled by the subtitle converter; empty means no auto subtitle track.
   SubtitleConversion ConvertSubtitleFile;
   bool aviSynthUsable = false;
@@ -104,7 +104,6 @@ class TaskLoop {
   void JoinOutputs();
   // A join by a tool's command or by concatenation; true when it made its output.
   bool JoinWith(const DirectJob& job, const std::vector<std::string>& inputs, std::string_view logLine);
-  ToolSet ToolsForJobs() const;
   Cut ReadCut(const std::string& record) const;
   std::string OutputFolderFor(const std::string& source) const;
   void ConfigureFor(const std::string& source, std::string_view logLine);

@@ -156,6 +156,11 @@ std::string CreateTempFile(std::string_view prefix, std::string_view folder) {
   return path;
 }
 
+std::string ExtensionOf(std::string_view path) {
+  const std::string_view dotted = SplitExtension(path).extension;
+  return dotted.empty() ? std::string() : std::string(dotted.substr(1));
+}
+
 std::string cPath(std::string_view path) {
   std::string result(path);
   if (!result.empty() && result.back() != '/') result += '/';

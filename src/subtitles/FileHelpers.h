@@ -61,6 +61,8 @@ struct PathParts {
   std::string_view extension;
 };
 PathParts SplitExtension(std::string_view path);
+// The extension without its point, as written; "" for none.
+std::string ExtensionOf(std::string_view path);
 
 // The path with a final "/" added when missing; "" stays "".
 std::string cPath(std::string_view path);
