@@ -182,5 +182,35 @@ TEST_F(ZelCliRun, ListFilesSaveAndLoadWithTheirQuirks) {
   EXPECT_EQ(RunCli({"list", "show", dir / "none.ini"}).exitCode, 1);
 }
 
+
+// The RealMedia producer is not packaged either: its stand-in keeps the audience
+// file it was given and writes an output.
+TEST_F(ZelCliRun, RmvbRunsTheProducerWithItsAudienceFile) {
+  MakeClip(dir / "clip.mp4", 1);
+  MakedPath(dir / "tools");
+  WriteScript(dir / "tools/producer", R"(echo "Helix DNA(TM) Producer 11.0"
+while [ $# -gt 0 ]; do
+  printf '%s\n' "$1" >> ")" + dir / "producer.args" + R"("
+  case "$1" in -o) out=$2 ;; -ad) cp "$2" ")" + dir / "audience.xml" + R"(" ;; esac
+  shift
+done
+[ -n "$out" ] && head -c 4096 /dev/zero > "$out"
+)");
+  Out({"settings", "set", "ToolsFolder", dir / "tools"});
+  const RunResult run = RunCli({"convert", "--format", "RMVB", "--set", "VideoBitrate=5vbr", "--set",
+                                "VideoFrame=30", "--output", dir / "out", dir / "clip.mp4"});
+  ASSERT_EQ(run.exitCode, 0) << run.output;
+  EXPECT_EQ(Outputs(run.output), std::vector<std::string>{dir / "out/clip.RMVB"});
+  // The store's rights line is the product's name unless set.
+  const std::vector<std::string> args = ReadLines(ReadText(dir / "producer.args"));
+  EXPECT_EQ(args, (std::vector<std::string>{"-i", dir / "clip.mp4", "-o", dir / "out/clip.RMVB", "-de", "影音工坊",
+                                            "-c", "影音工坊", "-dt", "-ad", dir / "tools/producer.rpad", "-rs", "160x120"}));
+  const std::string audience = ReadText(dir / "audience.xml");
+  EXPECT_TRUE(Contains(audience, "<encodingType type=\"string\">vbrBitrate</encodingType>")) << audience;
+  EXPECT_TRUE(Contains(audience, "<maxKeyFrameInterval type=\"double\">10</maxKeyFrameInterval>")) << audience;
+  // The run's end removes it.
+  EXPECT_FALSE(FileExists(dir / "tools/producer.rpad"));
+}
+
 }  // namespace
 }  // namespace zel::test
