@@ -92,7 +92,6 @@ bool TaskLoop::CheckTasks(const CheckContext& context) {
 
 void TaskLoop::Cancel() {
   stopRequested_ = true;
-  cancelled_ = true;
   engine_.CancelProcess();
 }
 
@@ -114,7 +113,6 @@ void TaskLoop::RunTasks(std::string_view forcedFormat) {
     formatName_ = LowerAscii(field);
   }
   stopRequested_ = false;
-  cancelled_ = false;
 
   if (read_("AVSFileJoin") == StrYes) {
     std::string joined;
@@ -125,7 +123,10 @@ void TaskLoop::RunTasks(std::string_view forcedFormat) {
       const int started = jobsStarted_;
       RunTask(i, tasks_.PathFromIndex(i));
       if (jobsStarted_ == started && !stopRequested_) passedOver_.push_back(tasks_.PathFromIndex(i));
-      if (formatName_ == StrDirectJoin || karaokeProduct) break;
+      // The join takes every task at once; a picture before the first video
+      // leaves it still to come.
+      const bool joined = formatName_ == StrDirectJoin && jobsStarted_ > started;
+      if (joined || karaokeProduct) break;
     }
   }
   if (!stopRequested_ && outputs_.size() > 1 && read_("JoinAllTask") == StrYes) JoinOutputs();
@@ -141,7 +142,8 @@ void TaskLoop::RunTask(int index, const std::string& source) {
   host_.SelectTask(index);
   host_.PumpEvents();
   currentSource_ = source;
-  const std::string record = tasks_.ListOther(index).empty() ? std::string(kEmptyCutRecord) : tasks_.ListOther(index);
+  std::string record = tasks_.ListOther(index);
+  if (record.empty()) record = kEmptyCutRecord;
 
   if (formatName_ == StrCopyTo || formatName_ == StrMoveTo) {
     RunTransfer(index, source);

@@ -125,7 +125,6 @@ class TaskLoop {
 
   bool running_ = false;
   bool stopRequested_ = false;
-  bool cancelled_ = false;
   std::string formatName_;
   std::string currentSource_;
   int currentTask_ = -1;

@@ -70,6 +70,13 @@ TEST_F(ZelCliRun, DirectCutAndJoinOfMatroskaAndMpeg) {
   ASSERT_EQ(join.exitCode, 0) << join.output;
   ASSERT_EQ(Outputs(join.output).size(), 1u);
   EXPECT_NEAR(Duration(Outputs(join.output)[0]), 40, 0.6);
+  // A picture first is passed over, and the join still takes the videos after it.
+  WriteText("not read", dir / "cover.png", false);
+  const RunResult pictureFirst = RunCli({"convert", "--format", "直接合并", "--output", dir / "join2",
+                                         dir / "cover.png", dir / "a.mkv", dir / "b.mkv"});
+  EXPECT_EQ(pictureFirst.exitCode, 1) << pictureFirst.output;
+  ASSERT_EQ(Outputs(pictureFirst.output).size(), 1u) << pictureFirst.output;
+  EXPECT_NEAR(Duration(Outputs(pictureFirst.output)[0]), 40, 0.6);
 
   // Program streams join as bytes, without a tool and without a shell.
   Remux(dir / "clip.mp4", dir / "x$(touch pwned).mpg", {"-c:v", "mpeg1video", "-c:a", "mp2", "-f", "mpeg"});
