@@ -28,6 +28,9 @@ constexpr Verb kVerbs[] = {
      "convert [--format NAME] [--set Key=Value]... [--output DIR] [--list FILE.ini] "
      "[[--cut START END PARTS] FILE]...   run a task list"},
     {"list", zel::cli::List, "list save FILE.ini [[--cut START END PARTS] MEDIA]... | load FILE.ini | show FILE.ini   task list files"},
+    {"subtitle", zel::cli::Subtitle,
+     "subtitle IN... -o OUT [--offset S] [--encoding NAME] [--karaoke 0|1|2] [--speed X] [--font NAME] [--size N] "
+     "[--cut START END] [--title TEXT] [--banner TEXT] [--big5 0|1|2] [--overwrite]   convert subtitles and lyrics"},
     {"profiles", zel::cli::Profiles,
      "profiles list | show TITLE | apply TITLE | save [FILE] | load FILE | user   conversion profiles"},
 };

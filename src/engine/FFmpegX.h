@@ -9,10 +9,12 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "engine/CoreCapabilities.h"
 #include "engine/EngineMessages.h"
 #include "subtitles/FileHelpers.h"
+#include "subtitles/SubtitleWriters.h"
 #include "subtitles/TextHelpers.h"
 #include "subtitles/TimeNotation.h"
 
@@ -317,6 +319,12 @@ class FFmpegX {
   // A subtitle file that accompanies a media file, or "".
   static std::string CheckSubtitle(std::string_view mediaPath);
 
+  // Reads subtitle and lyric files into one list of entries and writes them as the
+  // type of `args.outputPath`, in the encoding SubtitleEncodeFormat names. Reports
+  // each input (0, 1) and the end (2 with the output, or 3) through StatusChange;
+  // true when the output was written.
+  bool ConvertSubtitle(const std::vector<std::string>& files, const SubtitleArguments& args);
+
   // The command of one pass (0 single, 1 and 2 two-pass) in the core's classic
   // option syntax; `CommandToRun` then holds what will really run.
   std::string BuildCommand(int pass, int rotate = 0, const std::string& extraAudioFile = {});
@@ -332,6 +340,10 @@ class FFmpegX {
 
  private:
   friend struct FFmpegXStoredFormAccess;
+
+  bool ff_ConvertSubtitle(const std::vector<std::string>& files, const SubtitleArguments& args);
+  // The output's final name: free unless overwriting, never one of the inputs.
+  std::string SubtitleOutputPath(const std::vector<std::string>& files, const SubtitleArguments& args) const;
 
   // Supervision of one run (FFmpegXSupervision.cpp).
   void RunCommand(const std::string& commandLine, const std::string& workingFolder = {});

@@ -17,10 +17,33 @@ constexpr std::string_view kAudioOnlyFormats[] = {"wma", "mp3", "mp2", "flac", "
 
 // The stored names of the subtitle encodings, from number 1 on.
 constexpr std::string_view kSubtitleEncodings[] = {"UTF8", "Unicode", "Unicode big endian"};
+constexpr std::string_view kAnsiEncoding = "ANSI";
 
 std::string WithoutMe(std::string_view format) { return ReplaceAllNoCase(format, "/me", ""); }
 
 }  // namespace
+
+int SubtitleEncodingNumber(std::string_view name) {
+  if (name == kAnsiEncoding) return 0;
+  for (size_t i = 0; i < std::size(kSubtitleEncodings); ++i) {
+    if (name == kSubtitleEncodings[i]) return static_cast<int>(i) + 1;
+  }
+  return 1;
+}
+
+int Big5ModeSetting(std::string_view value) {
+  if (value == StrYes) return 1;
+  if (IsNumeric(Trim(value))) return static_cast<int>(Val(value));
+  return 0;
+}
+
+SubtitleArguments SubtitleTaskArguments(const SettingReader& read) {
+  SubtitleArguments args;
+  args.timeOffset = Val(read("SubtitleOffset"));
+  args.overwrite = read("FileExistsOverwrite") == StrYes;
+  args.big5Mode = Big5ModeSetting(read("SubtitleBIG5ToGB"));
+  return args;
+}
 
 int PriorityForSetting(std::string_view value) {
   constexpr int kClasses[] = {kPriorityIdle,         kPriorityBelowNormal, kPriorityNormal,

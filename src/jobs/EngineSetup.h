@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "subtitles/SubtitleWriters.h"
+
 namespace zel {
 
 class FFmpegX;
@@ -31,6 +33,15 @@ bool IsAudioOnlyFormat(std::string_view formatName);
 
 // Sets the engine up for one task; the engine probes the source as it is set.
 void ConfigureConversion(FFmpegX& engine, const ConversionTask& task, const SettingReader& read);
+
+// "ANSI", "UTF8", "Unicode" and "Unicode big endian" as 0 to 3; a name that is
+// none of them means the store's default, UTF8.
+int SubtitleEncodingNumber(std::string_view name);
+// SubtitleBIG5ToGB: 是 is mode 1, 否 mode 0; a number is taken as the mode.
+int Big5ModeSetting(std::string_view value);
+// The arguments of a plain subtitle task, from the store: offset, overwrite and
+// Big5 mode. The output, range and extra line are the caller's.
+SubtitleArguments SubtitleTaskArguments(const SettingReader& read);
 
 // The values of one part of a task: the name suffix, the range, the format.
 void PreparePart(FFmpegX& engine, const ConversionTask& task, const SettingReader& read, int part, int parts,

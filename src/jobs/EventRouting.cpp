@@ -140,13 +140,24 @@ void TaskLoop::OnFinishedOutput(const std::string& output) {
 
 void TaskLoop::AddSubtitleTrack(const std::string& output) {
   const std::string mode = read_("AutoAddSubtitleTrack");
-  if (mode == StrAutoSubtitleNone || !ConvertSubtitleFile) return;
+  if (mode == StrAutoSubtitleNone) return;
   const SourceKind kind = SourceKindOf(currentSource_);
   if (kind != SourceKind::Video || Contains(currentSource_, "|")) return;
   const std::string subtitle = FFmpegX::CheckSubtitle(currentSource_);
   if (subtitle.empty()) return;
-  const std::string target = std::string(SplitExtension(output).stem) + ".srt";
-  if (!ConvertSubtitleFile(subtitle, target)) return;
+
+  SubtitleArguments args = SubtitleTaskArguments(read_);
+  args.outputPath = std::string(SplitExtension(output).stem) + ".srt";
+  args.extraText = Shared().ProductName + std::string(StrCreditMade);
+  // A converter of its own: the task's engine is still reporting the output this
+  // track goes into, and the ".srt" is a side product, not a task's output.
+  FFmpegX converter;
+  converter.SubtitleEncodeFormat = SubtitleEncodingNumber(read_("SubtitleEncodeFormat"));
+  std::string target;
+  converter.StatusChange = [&target](int status, const std::string& info) {
+    if (status == kStatusComplete) target = info;
+  };
+  if (!converter.ConvertSubtitle({subtitle}, args) || target.empty()) return;
 
   const std::string extension = LowerAscii(SplitExtension(output).extension);
   if (mode != StrAutoSubtitleFileAndTrack || (extension != ".mp4" && extension != ".m4v") ||

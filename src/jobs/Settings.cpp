@@ -98,6 +98,7 @@ const SettingKey kKeys[] = {
     {"SubtitleTimeOffset", "-0.2"},
     {"SubtitleEncodeFormat", "UTF8"},
     {"SubtitleBIG5ToGB", StrNo},
+    {"AnsiCodePage", "UTF-8"},
     {"AutoAddSubtitleTrack", StrAutoSubtitleFileAndTrack},
     {"AutoAddSubtitleTrackLang", "Chinese"},
     {"MultiSubtitleTrackSupport", StrNo},

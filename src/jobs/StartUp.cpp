@@ -18,6 +18,7 @@
 #include "jobs/Settings.h"
 #include "jobs/Strings.h"
 #include "subtitles/FileHelpers.h"
+#include "subtitles/TextEncoding.h"
 #include "subtitles/TextHelpers.h"
 #include "subtitles/clsFilePKZ.h"
 
@@ -183,6 +184,8 @@ StartResult Main(JobHost& host, const StartOptions& options) {
   state.ThemeStyle = early("ThemeStyle");
   state.ThemeTransparent = early("ThemeTransparent");
   state.ThemeColor = early("ThemeColor");
+  // What "ANSI" means for subtitle and lyric files without a byte order mark.
+  SetAnsiCodePage(early("AnsiCodePage"));
 
   log.Write("启动基本时间: " + std::to_string(log.Elapsed()));
   log.Write("加载启动界面");

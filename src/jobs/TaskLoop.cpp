@@ -162,18 +162,7 @@ void TaskLoop::RunTask(int index, const std::string& source) {
       }
       return;
     case SourceKind::Subtitle:
-      if (IsSubtitleFormat(formatName_) && ConvertSubtitleFile) {
-        const std::string target = RenameExists(OutputFolderFor(source) + read_("FileNameAddStringBefore") +
-                                                    BaseName(source) + read_("FileNameAddStringAfter") + "." +
-                                                    formatName_,
-                                                read_("FileExistsOverwrite") == StrYes);
-        ++jobsStarted_;
-        if (ConvertSubtitleFile(source, target)) {
-          ++jobsSucceeded_;
-          outputs_.push_back(target);
-          info_.Add(target, StrInfoDone);
-        }
-      }
+      if (IsSubtitleFormat(formatName_)) RunSubtitleJob(source, record);
       return;
     case SourceKind::Other:
       return;
@@ -209,6 +198,21 @@ void TaskLoop::ConfigureFor(const std::string& source, std::string_view logLine)
   task.corePath = mencoderJob ? tools.mencoder : tools.ffmpeg;
   task.aviSynthUsable = aviSynthUsable;
   ConfigureConversion(engine_, task, read_);
+}
+
+void TaskLoop::RunSubtitleJob(const std::string& source, const std::string& record) {
+  SubtitleArguments args = SubtitleTaskArguments(read_);
+  args.outputPath =
+      OutputFolderFor(source) + read_("FileNameAddStringBefore") + BaseName(source) + "." + formatName_;
+  const CutRecord cut = ParseCutRecord(record);
+  args.cutStart = PointSeconds(cut.start);
+  args.cutEnd = PointSeconds(cut.end);
+  args.extraText = Shared().ProductName + std::string(StrCreditMade);
+  engine_.SubtitleEncodeFormat = SubtitleEncodingNumber(read_("SubtitleEncodeFormat"));
+  engine_.FileNameSuffix = read_("FileSuffix");
+  ++jobsStarted_;
+  // The engine's events report the start, the output and any failure.
+  engine_.ConvertSubtitle({source}, args);
 }
 
 TaskLoop::Cut TaskLoop::ReadCut(const std::string& record) const {

@@ -45,10 +45,6 @@ class RunHost : public JobHost {
 // A disc, or a "/me" format, goes to MEncoder when it is installed.
 bool IsMEncoderJob(std::string_view source, std::string_view formatName, const std::string& mencoderPath);
 
-// A subtitle file converted for the auto subtitle track: (source subtitle,
-// target ".srt") gives true when the target was written.
-using SubtitleConversion = std::function<bool(const std::string& source, const std::string& target)>;
-
 class TaskLoop {
  public:
   TaskLoop(FFmpegX& engine, ListboxModel& tasks, RunHost& host, SettingReader read);
@@ -79,8 +75,6 @@ class TaskLoop {
 
   // Tool paths, from the start-up's discovery unless a host sets them.
   ToolSet tools;
-  // Filled by the subtitle converter; empty means no auto subtitle track.
-  SubtitleConversion ConvertSubtitleFile;
   bool aviSynthUsable = false;
   bool karaokeProduct = false;
 
@@ -100,6 +94,7 @@ class TaskLoop {
   void RunDirectCut(int index, const std::string& source, const Cut& cut);
   void RunDirectJoin();
   void RunImagePair(const std::string& source);
+  void RunSubtitleJob(const std::string& source, const std::string& record);
   void RunTransfer(int index, const std::string& source);
   void JoinOutputs();
   // A join by a tool's command or by concatenation; true when it made its output.

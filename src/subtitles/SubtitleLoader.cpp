@@ -1,0 +1,76 @@
+#include "subtitles/SubtitleLoader.h"
+
+#include "subtitles/FileHelpers.h"
+#include "subtitles/SubtitleCells.h"
+#include "subtitles/TextEncoding.h"
+#include "subtitles/TextHelpers.h"
+#include "subtitles/TimeNotation.h"
+
+namespace zel {
+
+namespace {
+
+constexpr std::string_view kLanguageTags[] = {"", ".chs", ".chn", ".cn", ".gb", ".cht", ".eng"};
+
+std::string WithoutCrLf(std::string_view line) { return ReplaceAll(ReplaceAll(line, "\r", ""), "\n", ""); }
+
+}  // namespace
+
+std::vector<std::string> LoadSubtitleFormFile(const std::string& path, double offsetSeconds,
+                                              const std::function<void()>& pump) {
+  const int type = SubtitleInputType(path);
+  if (type == kSubtitleUnknown || !FileExists(path)) return {};
+  int encoding = kEncodingDetect;
+  const std::string text = UEFLoadTextFile(path, encoding);
+  std::vector<std::string> cells(1);
+  ReaderState state;
+  size_t index = 0;
+  for (std::string_view line : SplitSubtitleLines(text, true)) {
+    ReadSubtitleLine(type, WithoutCrLf(line), cells, state);
+    if (pump && ++index % 100 == 0) pump();
+  }
+  if (cells.size() > 2) SortCells(cells);
+
+  const double offset = offsetSeconds * 1000;
+  std::vector<std::string> table;
+  const size_t last = cells.size() - 1;
+  for (size_t i = 1; i <= last && last > 0; ++i) {
+    const CellParts parts = SplitCell(cells[i]);
+    if (Trim(parts.text).empty()) continue;
+    const double start = ParseMSecs(parts.start, ",");
+    double end = 0;
+    if (parts.hasEnd) {
+      end = ParseMSecs(parts.end, ",");
+    } else if (i < last) {
+      end = ParseMSecs(SplitCell(cells[i + 1]).start, ",");
+    } else {
+      end = start + 10000;
+    }
+    table.push_back(FormatMSecs(start + offset, kNotationSrt) + "->" + FormatMSecs(end + offset, kNotationSrt) + "|" +
+                    parts.text + "\r\n");
+  }
+  return table;
+}
+
+std::vector<std::string> SubtitleCandidates(std::string_view mediaPath) {
+  const std::string base(SplitExtension(mediaPath).stem);
+  std::vector<std::string> candidates;
+  for (std::string_view tag : kLanguageTags) {
+    for (std::string_view extension : kSubtitleExtensions) {
+      candidates.push_back(base + std::string(tag) + "." + std::string(extension));
+    }
+  }
+  return candidates;
+}
+
+LoadedSubtitle LoadSubtitleToArray(std::string_view mediaPath, double offsetSeconds,
+                                   const std::function<void()>& pump) {
+  for (const std::string& candidate : SubtitleCandidates(mediaPath)) {
+    if (!FileExists(candidate)) continue;
+    std::vector<std::string> table = LoadSubtitleFormFile(candidate, offsetSeconds, pump);
+    if (!table.empty()) return {candidate, std::move(table)};
+  }
+  return {};
+}
+
+}  // namespace zel
