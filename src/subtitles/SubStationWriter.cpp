@@ -93,7 +93,8 @@ std::string KaraokeBody(std::string_view text, const CellParts& parts, bool from
     }
     return body;
   }
-  const std::vector<std::string_view> characters = Utf8Characters(WithoutBrackets(text));
+  const std::string plain = WithoutBrackets(text);
+  const std::vector<std::string_view> characters = Utf8Characters(plain);
   if (characters.empty()) return body;
   const std::string tag = TimingTag(effect, sweepMs / static_cast<double>(characters.size()) / 10);
   for (std::string_view character : characters) body += tag + std::string(character);
