@@ -31,20 +31,23 @@ std::vector<std::string> LoadSubtitleFormFile(const std::string& path, double of
   }
   if (cells.size() > 2) SortCells(cells);
 
+  // Entries are the cells with text: a lyrics tag such as "[ti:...]" sorts among
+  // them but ends nothing.
+  std::vector<CellParts> entries;
+  for (size_t i = 1; i < cells.size(); ++i) {
+    CellParts parts = SplitCell(cells[i]);
+    if (!Trim(parts.text).empty()) entries.push_back(std::move(parts));
+  }
   const double offset = offsetSeconds * 1000;
   std::vector<std::string> table;
-  const size_t last = cells.size() - 1;
-  for (size_t i = 1; i <= last && last > 0; ++i) {
-    const CellParts parts = SplitCell(cells[i]);
-    if (Trim(parts.text).empty()) continue;
+  for (size_t i = 0; i < entries.size(); ++i) {
+    const CellParts& parts = entries[i];
     const double start = ParseMSecs(parts.start, ",");
-    double end = 0;
+    double end = start + 10000;
     if (parts.hasEnd) {
       end = ParseMSecs(parts.end, ",");
-    } else if (i < last) {
-      end = ParseMSecs(SplitCell(cells[i + 1]).start, ",");
-    } else {
-      end = start + 10000;
+    } else if (i + 1 < entries.size()) {
+      end = ParseMSecs(entries[i + 1].start, ",");
     }
     table.push_back(FormatMSecs(start + offset, kNotationSrt) + "->" + FormatMSecs(end + offset, kNotationSrt) + "|" +
                     parts.text + "\r\n");
