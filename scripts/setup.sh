@@ -36,6 +36,8 @@ case "$mode" in
     install_missing
     build_all
     ctest --test-dir "$build" --output-on-failure -j"$(nproc)" --timeout 600
+    # The subtitle readers under libFuzzer, briefly, from their seeds.
+    "$top/scripts/fuzz.sh" "$build/fuzz" "${ZEL_FUZZ_SECONDS:-5}"
     ;;
   *)
     echo "usage: scripts/setup.sh run|test" >&2

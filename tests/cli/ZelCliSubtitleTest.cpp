@@ -69,6 +69,14 @@ TEST_F(ZelCliSubtitle, OptionsReachTheConverter) {
   EXPECT_TRUE(FileExists(dir / "cut(1).stxt"));
   ASSERT_EQ(RunCli({"subtitle", source, "-o", dir / "cut.stxt", "--overwrite"}).exitCode, 0);
   EXPECT_FALSE(FileExists(dir / "cut(2).stxt"));
+
+  // The ANSI code page is a setting: GBK files in, GBK bytes out.
+  Out({"settings", "set", "AnsiCodePage", "GBK"});
+  ASSERT_TRUE(WriteFileAtomic(dir / "gbk.txt", "\xD6\xD0\xCE\xC4\r\n"));
+  ASSERT_EQ(RunCli({"subtitle", dir / "gbk.txt", "-o", dir / "gbk.stxt", "--encoding", "ANSI", "--offset", "0"})
+                .exitCode,
+            0);
+  EXPECT_EQ(ReadText(dir / "gbk.stxt"), "00:00:00,000->00:00:05,000|\xD6\xD0\xCE\xC4\r\n");
 }
 
 TEST_F(ZelCliSubtitle, RefusalsExplainThemselves) {
