@@ -211,8 +211,12 @@ void TaskLoop::RunSubtitleJob(const std::string& source, const std::string& reco
   engine_.SubtitleEncodeFormat = SubtitleEncodingNumber(read_("SubtitleEncodeFormat"));
   engine_.FileNameSuffix = read_("FileSuffix");
   ++jobsStarted_;
-  // The engine's events report the start, the output and any failure.
-  engine_.ConvertSubtitle({source}, args);
+  // The engine's events report the start, the output and a failed save. A file it
+  // could not read at all (no CRLF line ends, no entry) ends without a word, so
+  // the list says what became of the task.
+  if (!engine_.ConvertSubtitle({source}, args) && engine_.Status() != kStatusError) {
+    info_.Add(StrErrorOccurred, MsgNoSubtitleExtracted);
+  }
 }
 
 TaskLoop::Cut TaskLoop::ReadCut(const std::string& record) const {

@@ -22,6 +22,8 @@ bool Stat(std::string_view path, struct stat& st) {
   return ::stat(std::string(path).c_str(), &st) == 0;
 }
 
+}  // namespace
+
 bool WriteAll(int fd, std::string_view bytes) {
   while (!bytes.empty()) {
     const ssize_t n = ::write(fd, bytes.data(), bytes.size());
@@ -33,8 +35,6 @@ bool WriteAll(int fd, std::string_view bytes) {
   }
   return true;
 }
-
-}  // namespace
 
 bool FileExists(std::string_view path) {
   struct stat st {};

@@ -27,6 +27,8 @@ std::string ReadText(std::string_view path);
 // Writes the text and a line end. Without `append` the file is replaced atomically
 // (temporary file beside it, then rename), so a reader never sees half of it.
 bool WriteText(std::string_view text, std::string_view path, bool append);
+// Writes all the bytes to an open file, through short writes and interruptions.
+bool WriteAll(int fd, std::string_view bytes);
 // Replaces a file's content atomically with exactly these bytes.
 bool WriteFileAtomic(std::string_view path, std::string_view bytes);
 

@@ -257,18 +257,6 @@ bool EncodeFor(int encoding, std::string_view text, std::string& bytes) {
   }
 }
 
-bool WriteAllBytes(int fd, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t n = ::write(fd, bytes.data(), bytes.size());
-    if (n < 0) {
-      if (errno == EINTR) continue;
-      return false;
-    }
-    bytes.remove_prefix(static_cast<size_t>(n));
-  }
-  return true;
-}
-
 opencc_t TraditionalToSimplified() {
   static const opencc_t handle = opencc_open(OPENCC_DEFAULT_CONFIG_TRAD_TO_SIMP);
   return handle;
@@ -420,10 +408,10 @@ bool UEFSaveTextFile(const std::string& path, std::string_view text, bool append
     int length = 0;
     UEFCheckBOM(FirstFourBytes(std::string_view(head, n > 0 ? static_cast<size_t>(n) : 0)), encoding, length);
   }
-  bool ok = ::lseek(fd, 0, append ? SEEK_END : SEEK_SET) >= 0 && WriteAllBytes(fd, bom);
+  bool ok = ::lseek(fd, 0, append ? SEEK_END : SEEK_SET) >= 0 && WriteAll(fd, bom);
   if (ok && !text.empty()) {
     std::string body;
-    ok = EncodeFor(encoding, text, body) && WriteAllBytes(fd, body);
+    ok = EncodeFor(encoding, text, body) && WriteAll(fd, body);
   }
   ::close(fd);
   return ok;

@@ -102,6 +102,11 @@ TEST_F(ZelCliSubtitle, SubtitleTasksAndTheTrackAfterAConversion) {
             std::string::npos)
       << ssa;
 
+  ASSERT_TRUE(WriteFileAtomic(dir / "lf.srt", "1\n00:00:01,000 --> 00:00:02,000\nx\n"));
+  const test::RunResult unread = RunCli({"convert", "--format", "SRT", "--output", dir / "out", dir / "lf.srt"});
+  EXPECT_EQ(unread.exitCode, 1);
+  EXPECT_NE(unread.output.find("发生错误 | 没有提取到字幕内容"), std::string::npos) << unread.output;
+
   // A clip with a subtitle beside it: the ".srt" lands beside the output, and
   // MP4Box is asked to add it as a track.
   test::MakeClip(dir / "clip.mkv", 1);
