@@ -35,3 +35,11 @@ echo "== a task list: the clip whole, then cut from 1 s to 4 s into three parts"
 "$cli" list show "$work/tasks.ini"
 "$cli" convert --format AVI --set FileExistsOverwrite=是 --set ConvertFinished=无 --output "$work/list" \
   "$work/sample.mp4" --cut 1 4 3 "$work/sample.mp4" | grep -E '^output'
+
+echo "== zel-cli subtitle: a SubRip file to SubStation with the karaoke effect, and to LRC"
+printf '%s\r\n' 1 '00:00:04,000 --> 00:00:07,000' 第一句歌词 '' 2 '00:00:08,000 --> 00:00:11,000' 第二句歌词 '' \
+  3 '00:00:12,000 --> 00:00:15,000' 第三句歌词 '' > "$work/sample.srt"
+"$cli" subtitle "$work/sample.srt" -o "$work/sample.ass" --karaoke 1 --overwrite | grep -E '^output'
+grep '^Dialogue' "$work/sample.ass" | cut -c1-160
+"$cli" subtitle "$work/sample.srt" -o "$work/sample.lrc" --overwrite | grep -E '^output'
+cat "$work/sample.lrc"
