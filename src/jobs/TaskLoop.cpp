@@ -211,6 +211,10 @@ void TaskLoop::RunSubtitleJob(const std::string& source, const std::string& reco
   engine_.SubtitleEncodeFormat = SubtitleEncodingNumber(read_("SubtitleEncodeFormat"));
   engine_.FileNameSuffix = read_("FileSuffix");
   ++jobsStarted_;
+  if (!FileExists(source)) {
+    info_.Add(StrErrorOccurred, MsgSourceNotFound);
+    return;
+  }
   // The engine's events report the start, the output and a failed save. A file it
   // could not read at all (no CRLF line ends, no entry) ends without a word, so
   // the list says what became of the task.

@@ -131,7 +131,7 @@ std::string SanitizeUtf8(std::string_view bytes) {
   return out;
 }
 
-// UTF-16 code units (`count` of them, the last one possibly half) to UTF-8.
+// UTF-16 code units to UTF-8; an odd last byte is a unit of its own, high half 0.
 std::string DecodeUtf16(std::string_view bytes, bool bigEndian) {
   std::string out;
   out.reserve(bytes.size() * 3 / 2);
