@@ -26,6 +26,8 @@ int Command(const Args& args);
 int Convert(const Args& args);
 int List(const Args& args);
 int Subtitle(const Args& args);
+int Tags(const Args& args);
+int Avs(const Args& args);
 
 // Starts the engine's job and follows it on standard output as "status" and
 // "progress" lines; Ctrl-C cancels. 0 when the job completed, 130 when cancelled.

@@ -31,6 +31,9 @@ constexpr Verb kVerbs[] = {
     {"subtitle", zel::cli::Subtitle,
      "subtitle IN... -o OUT [--offset S] [--encoding NAME] [--karaoke 0|1|2] [--speed X] [--font NAME] [--size N] "
      "[--cut START END] [--title TEXT] [--banner TEXT] [--big5 0|1|2] [--overwrite]   convert subtitles and lyrics"},
+    {"avs", zel::cli::Avs, "avs [--set Key=Value]... FILE   the AviSynth script a conversion would write"},
+    {"tags", zel::cli::Tags,
+     "tags FILE [--count | --extract N OUT | --add IMAGE [--type N] | --delete N | --info]   MP3 tags and pictures"},
     {"profiles", zel::cli::Profiles,
      "profiles list | show TITLE | apply TITLE | save [FILE] | load FILE | user   conversion profiles"},
 };

@@ -334,6 +334,17 @@ class FFmpegX {
   // name itself stays for the next job.
   void DeleteScratchFiles() const;
 
+  // ---- AviSynth script (FFmpegXScript.cpp) ----
+  // Where BuildCommand writes the job's script: the scratch name plus ".avs".
+  std::string ScriptPath() const { return scratchFile_.empty() ? std::string() : scratchFile_ + ".avs"; }
+  // Writes the script that opens `source` (one path, or several joined by "|") with
+  // every effect of the AVS properties; `width` and `height` above 0 resize.
+  void GenerateScript(const std::string& source, const std::string& scriptPath, int width, int height);
+  // Writes the title, logo and banner texts as a SubStation file; with a
+  // `sourceText` file, that file's lines restyled instead.
+  void WriteTextOverlay(const std::string& path, const std::string& sourceText = {});
+  // ---- end of AviSynth script ----
+
   // Where the tool log goes: beside the tool, or under the user's state folder
   // when the tool's folder cannot be written.
   std::string ToolLogPath() const;
@@ -367,7 +378,6 @@ class FFmpegX {
   void ReadStreamLine(const std::string& line);
   std::string ComposeFFmpeg(int pass, int rotate, const std::string& extraAudioFile, std::string scaleText);
   std::string ComposeMEncoder(int pass);
-  void GenerateScript(const std::string& path);
   std::string OutputPathFor(std::string_view extension, bool withSuffixAfter = true) const;
   std::string FirstSource() const;
   void Fail(std::string_view message);

@@ -168,7 +168,7 @@ std::string FFmpegX::BuildCommand(int pass, int rotate, const std::string& extra
   if (AVSEnabled) {
     DeleteScratchFiles();
     sourceInUse_ = scratchFile_ + ".avs";
-    GenerateScript(sourceInUse_);
+    GenerateScript(first, sourceInUse_, targetWidth_, targetHeight_);
   } else {
     sourceInUse_ = first;
   }
@@ -410,11 +410,6 @@ std::string FFmpegX::ComposeFFmpeg(int pass, int rotate, const std::string& extr
   extra(audioStreamCount_, DisableAudio, MultiAudioTrackSupport, " -newaudio" + audioCodecText + audioOptionsText);
   extra(subtitleStreamCount_, DisableSubtitle, MultiSubtitleTrackSupport, " -newsubtitle" + subtitleText);
   return command;
-}
-
-void FFmpegX::GenerateScript(const std::string& /*path*/) {
-  // The AviSynth script arrives with script generation; no AviSynth is packaged
-  // for this system, so a job with scripts stops before it composes.
 }
 
 }  // namespace zel

@@ -1,0 +1,12 @@
+#include <cstdio>
+
+#include "cli/CliVerbs.h"
+
+namespace zel::cli {
+
+int Avs(const Args&) {
+  std::fprintf(stderr, "zel-cli: not yet\n");
+  return 2;
+}
+
+}  // namespace zel::cli

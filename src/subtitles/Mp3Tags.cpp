@@ -1,0 +1,1 @@
+#include "subtitles/Mp3Tags.h"
