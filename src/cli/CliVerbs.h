@@ -28,6 +28,9 @@ int List(const Args& args);
 int Subtitle(const Args& args);
 int Tags(const Args& args);
 int Avs(const Args& args);
+int Thumbs(const Args& args);
+int Frame(const Args& args);
+int Image(const Args& args);
 
 // Starts the engine's job and follows it on standard output as "status" and
 // "progress" lines; Ctrl-C cancels. 0 when the job completed, 130 when cancelled.

@@ -31,6 +31,11 @@ constexpr Verb kVerbs[] = {
     {"subtitle", zel::cli::Subtitle,
      "subtitle IN... -o OUT [--offset S] [--encoding NAME] [--karaoke 0|1|2] [--speed X] [--font NAME] [--size N] "
      "[--cut START END] [--title TEXT] [--banner TEXT] [--big5 0|1|2] [--overwrite]   convert subtitles and lyrics"},
+    {"thumbs", zel::cli::Thumbs,
+     "thumbs FILE [--matrix CxR] [--spacing N] [--max-width N] [--time-string] [--comment TEXT] "
+     "[--start S --end E] -o OUT   a sheet of frames"},
+    {"frame", zel::cli::Frame, "frame FILE --time SECONDS -o OUT.(jpg|png|bmp|tif)   one frame, the video's size"},
+    {"image", zel::cli::Image, "image IN -o OUT --size TEXT [--quality N] [--format KEY]   a picture converted"},
     {"avs", zel::cli::Avs, "avs [--set Key=Value]... FILE   the AviSynth script a conversion would write"},
     {"tags", zel::cli::Tags,
      "tags FILE [--count | --extract N OUT | --add IMAGE [--type N] | --delete N | --info]   MP3 tags and pictures"},

@@ -270,26 +270,4 @@ void FFmpegX::DeleteScratchFiles() const {
   }
 }
 
-void FFmpegX::ConvertImageJob() {
-  // Converting a still picture without the tool arrives with image conversion;
-  // until then no file is made, and the job says so as it would for a failed save.
-  outputFileName_ = OutputPathFor(forceFormat_);
-  Report(kStatusError, MsgCannotCreateFile);
-  processing_ = false;
-}
-
-void FFmpegX::GrabFrameJob() {
-  // Frame grabbing arrives with its own work; until then the grab fails openly.
-  Report(kStatusError, MsgGrabFailed);
-  processing_ = false;
-}
-
-void FFmpegX::BuildThumbnailSheet() {
-  // The thumbnail sheet beside the output arrives with frame grabbing.
-}
-
-void FFmpegX::WritePspSidecar() {
-  // The ".thm" picture beside a PSP output arrives with frame grabbing.
-}
-
 }  // namespace zel

@@ -18,9 +18,28 @@
 #include "subtitles/TextHelpers.h"
 #include "subtitles/TimeNotation.h"
 
+class QImage;
+
 namespace zel {
 
 class ChildProcess;
+
+// One call of Screenshot: a single frame, or a sheet of frames.
+struct ScreenshotRequest {
+  std::string outputPath;  // fixed up: the format added when it has no extension, a time when taken
+  std::string source;      // empty: the engine's tool input
+  double time = 0;         // seconds, for a single frame
+  std::string format = "jpg";
+  int quality = 85;
+  int columns = 1, rows = 1;
+  int spacing = 0;
+  int maxWidth = 0;
+  int cellWidth = 0, cellHeight = 0;
+  int backColor = 0xFFFFFF, foreColor = 0;  // 0xBBGGRR
+  std::string comment;
+  bool showTime = false;
+  double rangeStart = 0, rangeEnd = 0;  // seconds; no range when the end is not after the start
+};
 struct LaunchPlan;
 struct FFmpegXStoredFormAccess;
 
@@ -334,6 +353,19 @@ class FFmpegX {
   // name itself stays for the next job.
   void DeleteScratchFiles() const;
 
+  // ---- Pictures (FFmpegXFrames.cpp) ----
+  // Takes one frame, or a sheet of frames, from a video and saves it. Reports 0, 1
+  // and 7 at the start, progress per cell, 4 after a cancel, 2 with the file, and 3
+  // when no file was made; true when the file was made.
+  bool Screenshot(ScreenshotRequest& request);
+  // One frame as a picture, scaled to `width` by `height` when both are above 0;
+  // a null picture when the video cannot be read.
+  QImage GetVideoFrame(const std::string& source, double time, int width, int height);
+  // A picture read, resized by a size text ("Nmax", "N%", "WxH") and saved in the
+  // format of a key; fit mode 6 keeps the shape inside the size. True when saved.
+  bool ConvertImage(const std::string& source, const std::string& output, std::string_view format,
+                    std::string_view size, int quality, int bitDepth = 24, int fitMode = 6);
+
   // ---- AviSynth script (FFmpegXScript.cpp) ----
   // Where BuildCommand writes the job's script: the scratch name plus ".avs".
   std::string ScriptPath() const { return scratchFile_.empty() ? std::string() : scratchFile_ + ".avs"; }
@@ -385,8 +417,8 @@ class FFmpegX {
   void RaiseStatusChange(int status, std::string_view info);
   void RaiseProgress(bool finished);
 
-  // Work that arrives with image conversion, media probing and frame grabbing.
   std::string ProbeSource(const std::string& source);
+  // Pictures made by the engine itself (FFmpegXFrames.cpp).
   void ConvertImageJob();
   void GrabFrameJob();
   void BuildThumbnailSheet();
