@@ -31,6 +31,7 @@ int Avs(const Args& args);
 int Thumbs(const Args& args);
 int Frame(const Args& args);
 int Image(const Args& args);
+int Karaoke(const Args& args);
 
 // Starts the engine's job and follows it on standard output as "status" and
 // "progress" lines; Ctrl-C cancels. 0 when the job completed, 130 when cancelled.

@@ -36,6 +36,8 @@ constexpr Verb kVerbs[] = {
      "[--start S --end E] -o OUT   a sheet of frames"},
     {"frame", zel::cli::Frame, "frame FILE --time SECONDS -o OUT.(jpg|png|bmp|tif)   one frame, the video's size"},
     {"image", zel::cli::Image, "image IN -o OUT --size TEXT [--quality N] [--format KEY]   a picture converted"},
+    {"karaoke", zel::cli::Karaoke,
+     "karaoke --music FILE [--lyrics FILE] [--video FILE] [--fit] PICTURE...   a karaoke job's script and lists"},
     {"avs", zel::cli::Avs, "avs [--set Key=Value]... FILE   the AviSynth script a conversion would write"},
     {"tags", zel::cli::Tags,
      "tags FILE [--count | --extract N OUT | --add IMAGE [--type N] | --delete N | --info]   MP3 tags and pictures"},

@@ -143,6 +143,8 @@ void TaskLoop::AddSubtitleTrack(const std::string& output) {
   if (mode == StrAutoSubtitleNone) return;
   const SourceKind kind = SourceKindOf(currentSource_);
   if (kind != SourceKind::Video || Contains(currentSource_, "|")) return;
+  // A picture the run made (a frame, the sheet after a conversion) takes no track.
+  if (SourceKindOf(output) == SourceKind::Image) return;
   const std::string subtitle = FFmpegX::CheckSubtitle(currentSource_);
   if (subtitle.empty()) return;
 

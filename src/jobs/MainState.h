@@ -29,7 +29,7 @@ struct MainState {
 
   std::string ToolsPath;  // with a final "/"
   std::string ToolFfmpeg, ToolMencoder, ToolMp4box, ToolMkvmerge, ToolRmeditor, ToolProducer, ToolAsfbin,
-      ToolVsfilter;
+      ToolVsfilter, ToolPictureShow;
   bool ToolsReady = false;
 
   bool NewBuildPending = false;

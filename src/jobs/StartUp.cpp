@@ -103,6 +103,7 @@ void LoadToolPaths() {
   // A filter that AviSynth loads, never a program: it is only looked for
   // beside the tools.
   state.ToolVsfilter = state.ToolsPath + "VSFilter.dll";
+  state.ToolPictureShow = state.ToolsPath + "PictureShow.dll";
 }
 
 bool TestTools() { return Executable(Shared().ToolFfmpeg); }

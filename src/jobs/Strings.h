@@ -50,6 +50,8 @@ inline constexpr Text StrShowSettingWindow = "设置窗口";
 inline constexpr Text StrSubtitleEditShiftBlock = "时间块整体偏移";
 inline constexpr Text StrSubtitleEditPlayAll = "整体播放";
 inline constexpr Text StrKaraokeNoEffect = "没有效果";
+inline constexpr Text StrKaraokeFill = "渐变显示";
+inline constexpr Text StrKaraokeByWord = "逐字显示";
 inline constexpr Text StrScreenshotComment = "ZEL Screenshot";
 
 // ---- Output formats ----

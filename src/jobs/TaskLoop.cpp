@@ -3,12 +3,14 @@
 #include <sys/statvfs.h>
 
 #include <algorithm>
+#include <random>
 
 #include "engine/CommandLine.h"
 #include "engine/FFmpegX.h"
 #include "engine/ProgressText.h"
 #include "jobs/DiagnosticsLog.h"
 #include "jobs/FormatCatalogue.h"
+#include "jobs/KaraokeJob.h"
 #include "jobs/DirectJobs.h"
 #include "jobs/ListboxModel.h"
 #include "jobs/MainState.h"
@@ -72,6 +74,9 @@ TaskLoop::TaskLoop(FFmpegX& engine, ListboxModel& tasks, RunHost& host, SettingR
 }
 
 TaskLoop::~TaskLoop() {
+  if (!karaokeScratch_.empty()) {
+    for (const char* suffix : {"", ".avs", ".lst", ".ssa"}) DeleteFile(karaokeScratch_ + suffix);
+  }
   engine_.StatusChange = nullptr;
   engine_.ProgressChange = nullptr;
   engine_.PipeChange = nullptr;
@@ -144,6 +149,10 @@ void TaskLoop::RunTask(int index, const std::string& source) {
   currentSource_ = source;
   std::string record = tasks_.ListOther(index);
   if (record.empty()) record = kEmptyCutRecord;
+  if (karaokeProduct) {
+    RunKaraokeJob();
+    return;
+  }
 
   if (formatName_ == StrCopyTo || formatName_ == StrMoveTo) {
     RunTransfer(index, source);
@@ -198,6 +207,42 @@ void TaskLoop::ConfigureFor(const std::string& source, std::string_view logLine)
   task.corePath = mencoderJob ? tools.mencoder : tools.ffmpeg;
   task.aviSynthUsable = aviSynthUsable;
   ConfigureConversion(engine_, task, read_);
+}
+
+void TaskLoop::RunKaraokeJob() {
+  const std::string music = read_("KTVMusicFileName");
+  ConfigureFor(music, std::string(StrLogTaskLoop) + "1" + std::string(StrLogTaskSettings));
+  if (karaokeScratch_.empty()) karaokeScratch_ = CreateTempFile("ZELKTV", "");
+  KaraokeInput input;
+  input.musicPath = music;
+  input.lyricPath = read_("KTVSubtitleFileName");
+  input.scriptPath = karaokeScratch_ + ".avs";
+  input.listPath = karaokeScratch_ + ".lst";
+  input.ssaPath = karaokeScratch_ + ".ssa";
+  const std::string size = LowerAscii(read_("VideoSize"));
+  if (const size_t cross = size.find('x'); cross != std::string::npos && Val(size) > 0) {
+    input.width = static_cast<int>(Val(size));
+    input.height = static_cast<int>(Val(size.substr(cross + 1)));
+  }
+  input.durationSeconds = RoundedOrZero(engine_.Duration());
+  input.subtitlePlugin = Shared().ToolVsfilter;
+  input.picturePlugin = Shared().ToolPictureShow;
+  for (int i = 0; i < tasks_.ListCount(); ++i) {
+    if (SourceKindOf(tasks_.PathFromIndex(i)) == SourceKind::Image) input.pictures.push_back(tasks_.PathFromIndex(i));
+  }
+  ++jobsStarted_;
+  std::random_device seed;
+  std::mt19937 random(seed());
+  WriteKaraokeJob(engine_, input, read_, [&random] { return static_cast<unsigned>(random()); });
+  // The script is read through AviSynth and its plug-ins; without them the tool
+  // would fail on it, so the run says why instead.
+  if (!aviSynthUsable) {
+    info_.Add(StrErrorOccurred, MsgNoAviSynth);
+    return;
+  }
+  engine_.CustomFileName = "MV_" + BaseName(music);
+  engine_.SetFilename(input.scriptPath);
+  StartEngine();
 }
 
 void TaskLoop::RunSubtitleJob(const std::string& source, const std::string& record) {

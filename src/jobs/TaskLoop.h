@@ -95,6 +95,7 @@ class TaskLoop {
   void RunDirectJoin();
   void RunImagePair(const std::string& source);
   void RunSubtitleJob(const std::string& source, const std::string& record);
+  void RunKaraokeJob();
   void RunTransfer(int index, const std::string& source);
   void JoinOutputs();
   // A join by a tool's command or by concatenation; true when it made its output.
@@ -121,6 +122,7 @@ class TaskLoop {
   bool running_ = false;
   bool stopRequested_ = false;
   std::string formatName_;
+  std::string karaokeScratch_;  // the job's three files take its name and their extensions
   std::string currentSource_;
   int currentTask_ = -1;
   std::vector<std::string> outputs_;

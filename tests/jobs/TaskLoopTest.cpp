@@ -150,5 +150,27 @@ TEST_F(TaskLoopTest, EachFinishActionGoesToTheHost) {
   EXPECT_TRUE(host.actions.empty());
 }
 
+// The karaoke product runs one job for the whole list: its script needs
+// AviSynth, which this system lacks, and the run says so instead of failing in
+// the tool.
+TEST_F(TaskLoopTest, KaraokeJobTakesTheWholeListOnce) {
+  ASSERT_EQ(test::Run({ToolPath("ffmpeg"), "-v", "error", "-nostdin", "-y", "-f", "lavfi", "-i", "sine=duration=3",
+                 dir / "music.mp3"})
+                .exitCode,
+            0);
+  for (const char* name : {"a.jpg", "b.png"}) {
+    ASSERT_TRUE(WriteFileAtomic(dir / name, "x"));
+    tasks.AddItem(name, name, "", "|||", dir / name);
+  }
+  values["KTVMusicFileName"] = dir / "music.mp3";
+  values["OutputMode"] = "MP4";
+  TaskLoop loop(engine, tasks, host, Reader());
+  loop.karaokeProduct = true;
+  loop.RunTasks();
+  EXPECT_EQ(loop.JobsStarted(), 1);
+  EXPECT_EQ(Count("发生错误 | 启用但没有安装 AviSynth!"), 1);
+  EXPECT_NEAR(engine.Duration(), 3, 0.1);  // the music was the source probed
+}
+
 }  // namespace
 }  // namespace zel::test

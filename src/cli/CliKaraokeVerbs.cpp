@@ -1,0 +1,96 @@
+// zel-cli karaoke: the script, picture list and lyrics a karaoke video job would
+// write for a music file and pictures, printed and not run.
+#include <unistd.h>
+
+#include <cstdio>
+#include <random>
+
+#include "cli/CliHost.h"
+#include "engine/FFmpegX.h"
+#include "jobs/KaraokeJob.h"
+#include "jobs/MainState.h"
+#include "jobs/Settings.h"
+#include "subtitles/FileHelpers.h"
+#include "subtitles/TextEncoding.h"
+#include "subtitles/TextHelpers.h"
+
+namespace zel::cli {
+namespace {
+
+std::string Absolute(const std::string& path) {
+  if (path.empty() || path[0] == '/') return path;
+  char buffer[4096];
+  if (::getcwd(buffer, sizeof buffer) == nullptr) return path;
+  return std::string(buffer) + "/" + path;
+}
+
+void PrintFile(const char* name, const std::string& path) {
+  int encoding = kEncodingDetect;
+  std::printf("%s: %s\n%s", name, path.c_str(), UEFLoadTextFile(path, encoding).c_str());
+}
+
+}  // namespace
+
+int Karaoke(const Args& arguments) {
+  Args args = arguments;
+  CliHost host(TakeYes(args));
+  KaraokeInput input;
+  bool usage = false;
+  for (size_t i = 0; i < args.size() && !usage; ++i) {
+    const std::string& arg = args[i];
+    const bool value = i + 1 < args.size();
+    if (arg == "--music" && value) {
+      input.musicPath = Absolute(args[++i]);
+    } else if (arg == "--lyrics" && value) {
+      input.lyricPath = Absolute(args[++i]);
+    } else if (arg == "--video" && value) {
+      input.videoPath = Absolute(args[++i]);
+    } else if (arg == "--fit") {
+      input.fitPictures = true;
+    } else if (!StartsWith(arg, "-")) {
+      input.pictures.push_back(Absolute(arg));
+    } else {
+      usage = true;
+    }
+  }
+  if (usage || input.musicPath.empty() || (input.pictures.empty() && input.videoPath.empty())) {
+    std::fprintf(stderr, "usage: zel-cli karaoke --music FILE [--lyrics FILE] [--video FILE] [--fit] PICTURE...\n");
+    return 2;
+  }
+  FFmpegX engine;
+  if (!StartCli(host, true) || !StartEngine(host, engine)) return 1;
+  for (const std::string* path : {&input.musicPath, &input.lyricPath, &input.videoPath}) {
+    if (!path->empty() && !FileExists(*path)) {
+      std::fprintf(stderr, "zel-cli: no such file: %s\n", path->c_str());
+      return 1;
+    }
+  }
+  engine.SetFilename(input.musicPath);
+  input.durationSeconds = RoundedOrZero(engine.Duration());
+  const std::string size = LowerAscii(ReadSetting("VideoSize"));
+  if (const size_t cross = size.find('x'); cross != std::string::npos && Val(size) > 0) {
+    input.width = static_cast<int>(Val(size));
+    input.height = static_cast<int>(Val(size.substr(cross + 1)));
+  }
+  input.subtitlePlugin = Shared().ToolVsfilter;
+  input.picturePlugin = Shared().ToolPictureShow;
+  const std::string scratch = CreateTempFile("ZELKTV", "");
+  input.scriptPath = scratch + ".avs";
+  input.listPath = scratch + ".lst";
+  input.ssaPath = scratch + ".ssa";
+  std::mt19937 random(std::random_device{}());
+  const bool written = WriteKaraokeJob(
+      engine, input, [](std::string_view key) { return ReadSetting(key); },
+      [&random] { return static_cast<unsigned>(random()); });
+  if (written) {
+    PrintFile("script", input.scriptPath);
+    PrintFile("list", input.listPath);
+    if (FileExists(input.ssaPath)) PrintFile("lyrics", input.ssaPath);
+  } else {
+    std::fprintf(stderr, "zel-cli: %s\n", std::string(MsgCannotCreateFile).c_str());
+  }
+  for (const char* suffix : {"", ".avs", ".lst", ".ssa"}) DeleteFile(scratch + suffix);
+  return written ? 0 : 1;
+}
+
+}  // namespace zel::cli
