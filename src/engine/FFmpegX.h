@@ -375,6 +375,14 @@ class FFmpegX {
   // Writes the title, logo and banner texts as a SubStation file; with a
   // `sourceText` file, that file's lines restyled instead.
   void WriteTextOverlay(const std::string& path, const std::string& sourceText = {});
+  // The script's text, every line ended by CRLF. Composing writes the subtitle
+  // files the script names and stores a music share above 100 back as 100.
+  std::string ComposeScript(const std::string& source, int width, int height);
+  // The size in pixels of a text as the banner moves it (see FFmpegXScript.cpp).
+  struct TextExtent {
+    int width = 0, height = 0;
+  };
+  static TextExtent MeasureText(std::string_view text, double points);
   // ---- end of AviSynth script ----
 
   // Where the tool log goes: beside the tool, or under the user's state folder

@@ -167,8 +167,9 @@ std::string FFmpegX::BuildCommand(int pass, int rotate, const std::string& extra
   const std::string first = FirstSource();
   if (AVSEnabled) {
     DeleteScratchFiles();
-    sourceInUse_ = scratchFile_ + ".avs";
-    GenerateScript(first, sourceInUse_, targetWidth_, targetHeight_);
+    sourceInUse_ = ScriptPath();
+    // The whole source list: a script joins several sources into one clip.
+    GenerateScript(filename_, sourceInUse_, targetWidth_, targetHeight_);
   } else {
     sourceInUse_ = first;
   }

@@ -5,7 +5,11 @@
 
 #include "engine/FFmpegX.h"
 #include "engine/PriorityClass.h"
+#include "jobs/MainState.h"
+#include "jobs/Settings.h"
 #include "jobs/Strings.h"
+#include "jobs/Tasks.h"
+#include "subtitles/FileHelpers.h"
 #include "subtitles/TextHelpers.h"
 
 namespace zel {
@@ -161,8 +165,54 @@ void ConfigureConversion(FFmpegX& engine, const ConversionTask& task, const Sett
   engine.MetaData_Author = read("InfoAuthor");
   engine.MetaData_Copyright = read("InfoCopyright");
 
-  engine.AVSEnabled = task.aviSynthUsable && yes("AVSEnable") && !IsAudioOnlyFormat(task.formatName);
+  // AviSynth: the script is switched on only where it can run and has a picture
+  // to open; the effects are filled all the same, so that a host may force it.
+  const bool picture = Contains(task.source, "|") || SourceKindOf(task.source) == SourceKind::Video;
+  engine.AVSEnabled = task.aviSynthUsable && yes("AVSEnable") && picture;
+  engine.AVSVSFilterPath = Shared().ToolVsfilter;
   engine.AVSUserScript = read("AVSUserScript");
+  engine.AVSEnableSubtitle = yes("AVSSubtitle") && FileExists(Shared().ToolVsfilter);
+  engine.AVSEnableSubtitleFormat = yes("AVSSubtitleFormat");
+  engine.AVSSubtitleFont = read("AVSSubtitleFont");
+  engine.AVSSubtitleColor = read("AVSSubtitleColor");
+  // No panel row sets the position; a stored value is still honoured.
+  const std::string align = read("AVSSubtitleAlign");
+  engine.AVSSubtitleAlign = Trim(align).empty() ? 2 : static_cast<int>(Val(align));
+  engine.AVSOverallSubtitle = read("AVSOverallSubtitle");
+  engine.AVSSubtitleEnableLogo = yes("AVSLogoText");
+  engine.AVSSubtitleStringLogo = read("AVSLogoTextString");
+  engine.AVSSubtitleFontLogo = read("AVSLogoTextFont");
+  engine.AVSSubtitleColorLogo = read("AVSLogoTextColor");
+  engine.AVSSubtitleTimeStartLogo = read("AVSLogoTextTimeStart");
+  engine.AVSSubtitleTimeEndLogo = read("AVSLogoTextTimeEnd");
+  engine.AVSSubtitleAlignLogo = whole("AVSLogoTextAlign");
+  engine.AVSSubtitleEnableBanner = yes("AVSBanner");
+  engine.AVSSubtitleStringBanner = read("AVSBannerString");
+  engine.AVSSubtitleFontBanner = read("AVSBannerFont");
+  engine.AVSSubtitleColorBanner = read("AVSBannerColor");
+  engine.AVSSubtitleTimeStartBanner = read("AVSBannerTimeStart");
+  engine.AVSSubtitleTimeEndBanner = read("AVSBannerTimeEnd");
+  engine.AVSLogoImage = yes("AVSLogoImage");
+  engine.AVSLogoImageFileName = read("AVSLogoImageFileName");
+  engine.AVSLogoImagePosition = read("AVSLogoImagePosition");
+  engine.AVSInsertImage = yes("AVSInsertImage");
+  engine.AVSInsertImageFileName = read("AVSInsertImageFileName");
+  engine.AVSInsertImagePosition = whole("AVSInsertImagePosition");
+  // The panel shows 5 s for a value never stored; the job has always taken 10 s.
+  std::string stillTime = read("AVSInsertImageTime");
+  if (stillTime == SettingDefault("AVSInsertImageTime") && ReadSetting("AVSInsertImageTime", "").empty()) {
+    stillTime = SettingSecondDefault("AVSInsertImageTime");
+  }
+  engine.AVSInsertImageTime = static_cast<int>(Val(stillTime));
+  engine.AVSInsertVideo = yes("AVSInsertVideo");
+  engine.AVSInsertVideoFileName = read("AVSInsertVideoFileName");
+  engine.AVSInsertVideoPosition = whole("AVSInsertVideoPosition");
+  engine.AVSLayOver = yes("AVSLayOver");
+  engine.AVSLayOverColor = read("AVSLayOverColor");
+  engine.AVSLayOverRect = read("AVSLayOverValue");
+  engine.AVSAudioReplace = yes("AVSAudioReplace");
+  engine.AVSAudioReplaceFileName = read("AVSAudioReplaceFileName");
+  engine.AVSAudioReplaceVolume = whole("AVSAudioReplaceVolume");
 
   engine.ImageGrabber = yes("ImageGrabber");
   engine.ImageGrabberThumbMatrix = read("ImageGrabberThumbMatrix");

@@ -78,5 +78,58 @@ TEST_F(EngineSetupTest, PartsNumberTheNameAndRoundTheRange) {
   EXPECT_EQ(engine.TimeStartPoint + engine.TimeEndPoint, 0);
 }
 
+TEST_F(EngineSetupTest, AviSynthEffectsComeFromTheirKeys) {
+  Shared().ToolVsfilter = dir / "VSFilter.dll";
+  Configure({{"AVSEnable", "是"}, {"AVSSubtitleFormat", "是"}, {"AVSSubtitleColor", "00FFFF"},
+             {"AVSLogoText", "是"}, {"AVSLogoTextAlign", "7"}, {"AVSLogoTextFont", "SimHei, 12, True, False, 134"},
+             {"AVSBanner", "是"}, {"AVSBannerString", "走马灯"}, {"AVSBannerTimeEnd", "00:00:09,000"},
+             {"AVSLogoImage", "是"}, {"AVSLogoImagePosition", "5x6"}, {"AVSInsertImage", "是"},
+             {"AVSInsertImagePosition", "30%"}, {"AVSInsertVideo", "是"}, {"AVSInsertVideoPosition", "100%"},
+             {"AVSLayOver", "是"}, {"AVSLayOverValue", "1,2,3,4"}, {"AVSLayOverColor", "FF"},
+             {"AVSAudioReplace", "是"}, {"AVSAudioReplaceFileName", "/m.mp3"}, {"AVSAudioReplaceVolume", "80%"}});
+  EXPECT_FALSE(engine.AVSEnabled);         // AviSynth is not usable here
+  EXPECT_FALSE(engine.AVSEnableSubtitle);  // nor is the filter there
+  EXPECT_EQ(engine.AVSVSFilterPath, dir / "VSFilter.dll");
+  EXPECT_TRUE(engine.AVSEnableSubtitleFormat);
+  EXPECT_EQ(engine.AVSSubtitleColor, "00FFFF");
+  EXPECT_EQ(engine.AVSSubtitleAlign, 2);
+  EXPECT_TRUE(engine.AVSSubtitleEnableLogo);
+  EXPECT_EQ(engine.AVSSubtitleStringLogo, "影音工坊");
+  EXPECT_EQ(engine.AVSSubtitleFontLogo, "SimHei, 12, True, False, 134");
+  EXPECT_EQ(engine.AVSSubtitleAlignLogo, 7);
+  EXPECT_TRUE(engine.AVSSubtitleEnableBanner);
+  EXPECT_EQ(engine.AVSSubtitleStringBanner, "走马灯");
+  EXPECT_EQ(engine.AVSSubtitleTimeEndBanner, "00:00:09,000");
+  EXPECT_TRUE(engine.AVSLogoImage);
+  EXPECT_EQ(engine.AVSLogoImagePosition, "5x6");
+  EXPECT_TRUE(engine.AVSInsertImage);
+  EXPECT_EQ(engine.AVSInsertImagePosition, 30);
+  EXPECT_EQ(engine.AVSInsertImageTime, 10);  // the job's own default
+  EXPECT_TRUE(engine.AVSInsertVideo);
+  EXPECT_EQ(engine.AVSInsertVideoPosition, 100);
+  EXPECT_TRUE(engine.AVSLayOver);
+  EXPECT_EQ(engine.AVSLayOverRect, "1,2,3,4");
+  EXPECT_EQ(engine.AVSLayOverColor, "FF");
+  EXPECT_TRUE(engine.AVSAudioReplace);
+  EXPECT_EQ(engine.AVSAudioReplaceFileName, "/m.mp3");
+  EXPECT_EQ(engine.AVSAudioReplaceVolume, 80);
+
+  WriteFileAtomic(dir / "VSFilter.dll", "");
+  WriteSetting("AVSInsertImageTime", "5s");
+  const SettingReader read = [](std::string_view key) { return ReadSetting(key); };
+  task.aviSynthUsable = true;
+  ConfigureConversion(engine, task, read);
+  EXPECT_TRUE(engine.AVSEnabled);
+  EXPECT_TRUE(engine.AVSEnableSubtitle);
+  EXPECT_EQ(engine.AVSInsertImageTime, 5);
+
+  task.source = dir / "a.mp3";  // no picture to open
+  ConfigureConversion(engine, task, read);
+  EXPECT_FALSE(engine.AVSEnabled);
+  task.source = dir / "a.mp3|" + dir / "b.mp4";  // a joined text
+  ConfigureConversion(engine, task, read);
+  EXPECT_TRUE(engine.AVSEnabled);
+}
+
 }  // namespace
 }  // namespace zel
