@@ -39,6 +39,10 @@ struct ScreenshotRequest {
   std::string comment;
   bool showTime = false;
   double rangeStart = 0, rangeEnd = 0;  // seconds; no range when the end is not after the start
+  // A picture beside a run's output (its sheet, a PSP thumbnail): it reports no
+  // start and no finished file of its own, so a host never takes it for the run's
+  // output; its progress and a failure are still reported.
+  bool besideOutput = false;
 };
 struct LaunchPlan;
 struct FFmpegXStoredFormAccess;

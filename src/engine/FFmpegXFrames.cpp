@@ -74,8 +74,10 @@ void DrawBandsAndTexts(QPainter& painter, const SheetGeometry& sheet, const Scre
 
 bool FFmpegX::Screenshot(ScreenshotRequest& r) {
   const std::string source = r.source.empty() ? toolInput_ : r.source;
-  Report(kStatusStarting, source);
-  Report(kStatusProcessing, source);
+  if (!r.besideOutput) {
+    Report(kStatusStarting, source);
+    Report(kStatusProcessing, source);
+  }
   if (!FileExists(source)) {
     processing_ = false;
     return false;
@@ -132,7 +134,7 @@ bool FFmpegX::Screenshot(ScreenshotRequest& r) {
     Report(kStatusCanceled, source);
   } else {
     endTime_ = ClockNow();
-    Report(kStatusComplete, r.outputPath);
+    if (!r.besideOutput) Report(kStatusComplete, r.outputPath);
   }
   max_ = 100;
   value_ = 0;
@@ -209,6 +211,7 @@ void FFmpegX::BuildThumbnailSheet() {
   r.foreColor = ColourSetting(ImageGrabberForeColor);
   r.comment = ImageGrabberCommentString;
   r.showTime = ImageGrabberShowTimeString;
+  r.besideOutput = true;
   // The output is already the cut part, so the sheet spans all of it. The run's
   // own start time and state stay for its verdict.
   const std::string runStart = startTime_;
@@ -229,7 +232,11 @@ void FFmpegX::WritePspSidecar() {
   r.cellHeight = kPspThumbHeight;
   r.backColor = 0xFFFFFF;
   r.foreColor = 0;
+  r.besideOutput = true;
+  const std::string runStart = startTime_, runEnd = endTime_;
   Screenshot(r);
+  startTime_ = runStart;
+  endTime_ = runEnd;
 }
 
 }  // namespace zel

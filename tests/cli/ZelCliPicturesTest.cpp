@@ -75,9 +75,11 @@ TEST_F(ZelCliPictures, PictureJobsOfATaskList) {
                 "--output", dir / "mp4", dir / "clip.mp4"});
   ASSERT_EQ(run.exitCode, 0) << run.output;
   EXPECT_EQ(SizeOf(dir / "mp4/clip.MP4.Thumb.jpg").width(), 8 + (320 + 8) * 2);
+  EXPECT_EQ(ReadLines(run.output).back(), "output: " + dir / "mp4/clip.MP4");  // the sheet is no output
   run = RunCli({"convert", "--format", "PSP", "--output", dir / "psp", dir / "clip.mp4"});
   ASSERT_EQ(run.exitCode, 0) << run.output;
   EXPECT_EQ(SizeOf(dir / "psp/clip.thm"), QSize(160, 120));
+  EXPECT_EQ(ReadLines(run.output).back(), "output: " + dir / "psp/clip.MP4");
 }
 
 }  // namespace
