@@ -43,3 +43,7 @@ printf '%s\r\n' 1 '00:00:04,000 --> 00:00:07,000' 第一句歌词 '' 2 '00:00:08
 grep '^Dialogue' "$work/sample.ass" | cut -c1-160
 "$cli" subtitle "$work/sample.srt" -o "$work/sample.lrc" --overwrite | grep -E '^output'
 cat "$work/sample.lrc"
+
+echo "== zel-cli thumbs: a sheet of 2x2 frames of the clip, and one frame"
+"$cli" thumbs "$work/sample.mp4" --matrix 2x2 --time-string -o "$work/sheet.jpg" | grep -E '^output'
+"$cli" frame "$work/sample.mp4" --time 2.5 -o "$work/frame.png" | grep -E '^output'

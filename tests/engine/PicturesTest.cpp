@@ -83,6 +83,8 @@ TEST_F(Pictures, FramesAreTheOnesShownAtTheirTime) {
     EXPECT_LT(Difference(grabber.FrameAt(time), QImage(QString::fromStdString(reference))), 0.5) << time;
   }
   EXPECT_FALSE(grabber.FrameAt(500).isNull());  // past the end: the last frame
+  EXPECT_EQ(engine.GetVideoFrame(clip, 7.52, 160, 120).size(), QSize(160, 120));
+  EXPECT_TRUE(engine.GetVideoFrame(dir / "missing.mp4", 1, 160, 120).isNull());
   EXPECT_FALSE(FrameGrabber(dir / "missing.mp4").IsOpen());
   ASSERT_TRUE(WriteFileAtomic(dir / "junk.mp4", std::string(5000, 'x')));
   EXPECT_TRUE(FrameGrabber(dir / "junk.mp4").FrameAt(1).isNull());
