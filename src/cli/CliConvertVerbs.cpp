@@ -1,5 +1,6 @@
-// zel-cli probe, command and convert: one file described, its command composed,
-// and converted, with the settings of the store as a task of the main window has them.
+// zel-cli probe, command, avs and convert: one file described, its command and
+// AviSynth script composed, and converted, with the settings of the store as a
+// task of the main window has them.
 #include <unistd.h>
 
 #include <cstdio>
@@ -34,14 +35,6 @@ struct JobOptions {
   std::vector<std::vector<std::string>> cuts;
 };
 
-// A relative name becomes absolute, so that a name such as "-x.mp4" can never
-// be read as an option by the tool.
-std::string Absolute(const std::string& path) {
-  if (path.empty() || path[0] == '/') return path;
-  char buffer[4096];
-  if (::getcwd(buffer, sizeof buffer) == nullptr) return path;
-  return cPath(buffer) + path;
-}
 
 // `manyFiles` allows several files, a saved list and cut points: a task list.
 std::optional<JobOptions> ParseJobOptions(const Args& args, bool allowPass, bool manyFiles = false) {
@@ -62,16 +55,16 @@ std::optional<JobOptions> ParseJobOptions(const Args& args, bool allowPass, bool
       if (equals == std::string::npos || equals == 0) return std::nullopt;
       options.overrides[LowerAscii(pair.substr(0, equals))] = pair.substr(equals + 1);
     } else if (option && arg == "--output" && hasValue) {
-      options.output = Absolute(args[++i]);
+      options.output = AbsolutePath(args[++i]);
     } else if (option && arg == "--pass" && hasValue && allowPass) {
       options.pass = static_cast<int>(Val(args[++i]));
     } else if (option && arg == "--list" && hasValue && manyFiles) {
-      options.list = Absolute(args[++i]);
+      options.list = AbsolutePath(args[++i]);
     } else if (option && arg == "--cut" && i + 3 < args.size() && manyFiles) {
       cut.assign(args.begin() + static_cast<long>(i) + 1, args.begin() + static_cast<long>(i) + 4);
       i += 3;
     } else if (!option && (manyFiles || options.files.empty())) {
-      options.files.push_back(Absolute(arg));
+      options.files.push_back(AbsolutePath(arg));
       options.cuts.push_back(cut);
     } else {
       return std::nullopt;
@@ -146,7 +139,7 @@ int Probe(const Args& arguments) {
     std::fprintf(stderr, "usage: zel-cli probe FILE\n");
     return 2;
   }
-  const std::string file = Absolute(args[0]);
+  const std::string file = AbsolutePath(args[0]);
   FFmpegX engine;
   if (!StartCli(host, true) || !StartEngine(host, engine)) return 1;
   if (!FileExists(file)) {
@@ -187,6 +180,29 @@ int Command(const Args& arguments) {
   const int pass = options->pass >= 0 ? options->pass : (engine.Twopass ? 1 : 0);
   PrintField("legacy", engine.BuildCommand(pass));
   PrintField("run", engine.CommandToRun());
+  return 0;
+}
+
+int Avs(const Args& arguments) {
+  Args args = arguments;
+  CliHost host(TakeYes(args));
+  const auto options = ParseJobOptions(args, false);
+  if (!options) {
+    std::fprintf(stderr, "usage: zel-cli avs [--format NAME] [--set Key=Value]... [--output DIR] FILE\n");
+    return 2;
+  }
+  FFmpegX engine;
+  if (!StartJob(host, engine, *options)) return 1;
+  // The script is shown whether or not AviSynth could read it here.
+  engine.AVSEnabled = true;
+  engine.BuildCommand(0);
+  // The engine removes its scratch files when it goes, so the script is read now.
+  const std::string script = ReadText(engine.ScriptPath());
+  if (script.empty()) {
+    std::fprintf(stderr, "zel-cli: no script was written\n");
+    return 1;
+  }
+  std::fwrite(script.data(), 1, script.size(), stdout);
   return 0;
 }
 

@@ -9,6 +9,7 @@
 #include "jobs/MainState.h"
 #include "jobs/SessionActions.h"
 #include "jobs/Strings.h"
+#include "subtitles/FileHelpers.h"
 
 namespace zel::cli {
 
@@ -78,6 +79,12 @@ bool TakeYes(Args& args) {
   if (it == args.end()) return false;
   args.erase(it);
   return true;
+}
+
+std::string AbsolutePath(const std::string& path) {
+  if (path.empty() || path[0] == '/') return path;
+  char buffer[4096];
+  return ::getcwd(buffer, sizeof buffer) == nullptr ? path : cPath(buffer) + path;
 }
 
 bool StartCli(CliHost& host, bool findTools) {

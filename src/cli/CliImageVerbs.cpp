@@ -16,12 +16,6 @@
 namespace zel::cli {
 namespace {
 
-std::string Absolute(const std::string& path) {
-  if (path.empty() || path[0] == '/') return path;
-  char buffer[4096];
-  if (::getcwd(buffer, sizeof buffer) == nullptr) return path;
-  return std::string(buffer) + "/" + path;
-}
 
 bool IsNumber(const std::string& text) { return IsNumeric(Trim(text)); }
 
@@ -97,9 +91,9 @@ int Thumbs(const Args& arguments) {
     } else if (arg == "--end" && value && IsNumber(args[i + 1])) {
       r.rangeEnd = Val(args[++i]);
     } else if (arg == "-o" && value) {
-      r.outputPath = Absolute(args[++i]);
+      r.outputPath = AbsolutePath(args[++i]);
     } else if (!StartsWith(arg, "-") && r.source.empty()) {
-      r.source = Absolute(arg);
+      r.source = AbsolutePath(arg);
     } else {
       usage = true;
     }
@@ -127,9 +121,9 @@ int Frame(const Args& arguments) {
       r.time = Val(args[++i]);
       timed = true;
     } else if (arg == "-o" && i + 1 < args.size()) {
-      r.outputPath = Absolute(args[++i]);
+      r.outputPath = AbsolutePath(args[++i]);
     } else if (!StartsWith(arg, "-") && r.source.empty()) {
-      r.source = Absolute(arg);
+      r.source = AbsolutePath(arg);
     } else {
       usage = true;
     }
@@ -153,7 +147,7 @@ int Image(const Args& arguments) {
     const std::string& arg = args[i];
     const bool value = i + 1 < args.size();
     if (arg == "-o" && value) {
-      output = Absolute(args[++i]);
+      output = AbsolutePath(args[++i]);
     } else if (arg == "--size" && value) {
       size = args[++i];
     } else if (arg == "--quality" && value && IsNumber(args[i + 1])) {
@@ -161,7 +155,7 @@ int Image(const Args& arguments) {
     } else if (arg == "--format" && value) {
       format = LowerAscii(args[++i]);
     } else if (!StartsWith(arg, "-") && input.empty()) {
-      input = Absolute(arg);
+      input = AbsolutePath(arg);
     } else {
       usage = true;
     }

@@ -17,12 +17,6 @@
 namespace zel::cli {
 namespace {
 
-std::string Absolute(const std::string& path) {
-  if (path.empty() || path[0] == '/') return path;
-  char buffer[4096];
-  if (::getcwd(buffer, sizeof buffer) == nullptr) return path;
-  return std::string(buffer) + "/" + path;
-}
 
 void PrintFile(const char* name, const std::string& path) {
   int encoding = kEncodingDetect;
@@ -40,15 +34,15 @@ int Karaoke(const Args& arguments) {
     const std::string& arg = args[i];
     const bool value = i + 1 < args.size();
     if (arg == "--music" && value) {
-      input.musicPath = Absolute(args[++i]);
+      input.musicPath = AbsolutePath(args[++i]);
     } else if (arg == "--lyrics" && value) {
-      input.lyricPath = Absolute(args[++i]);
+      input.lyricPath = AbsolutePath(args[++i]);
     } else if (arg == "--video" && value) {
-      input.videoPath = Absolute(args[++i]);
+      input.videoPath = AbsolutePath(args[++i]);
     } else if (arg == "--fit") {
       input.fitPictures = true;
     } else if (!StartsWith(arg, "-")) {
-      input.pictures.push_back(Absolute(arg));
+      input.pictures.push_back(AbsolutePath(arg));
     } else {
       usage = true;
     }

@@ -14,11 +14,6 @@ namespace zel::cli {
 
 namespace {
 
-std::string AbsolutePath(const std::string& path) {
-  if (path.empty() || path[0] == '/') return path;
-  char buffer[4096];
-  return ::getcwd(buffer, sizeof buffer) == nullptr ? path : cPath(buffer) + path;
-}
 
 int Usage() {
   std::fprintf(stderr,

@@ -22,12 +22,6 @@ constexpr const char* kUsage =
     "       [--karaoke 0|1|2] [--speed X] [--font NAME] [--size N] [--cut START END] [--title TEXT]\n"
     "       [--banner TEXT] [--big5 0|1|2] [--overwrite]\n";
 
-std::string Absolute(const std::string& path) {
-  if (path.empty() || path[0] == '/') return path;
-  char buffer[4096];
-  if (::getcwd(buffer, sizeof buffer) == nullptr) return path;
-  return std::string(buffer) + "/" + path;
-}
 
 struct SubtitleOptions {
   std::vector<std::string> inputs;
@@ -48,11 +42,11 @@ std::optional<SubtitleOptions> ParseSubtitleOptions(const Args& args) {
     const bool hasValue = i + 1 < args.size();
     SubtitleArguments& a = options.args;
     if (!option) {
-      options.inputs.push_back(Absolute(arg));
+      options.inputs.push_back(AbsolutePath(arg));
     } else if (arg == "--") {
       onlyFiles = true;
     } else if ((arg == "-o" || arg == "--output") && hasValue) {
-      a.outputPath = Absolute(args[++i]);
+      a.outputPath = AbsolutePath(args[++i]);
     } else if (arg == "--offset" && hasValue && IsNumber(args[i + 1])) {
       a.timeOffset = Val(args[++i]);
     } else if (arg == "--encoding" && hasValue) {

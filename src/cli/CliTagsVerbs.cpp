@@ -37,12 +37,6 @@ int Fail(const std::string& message) {
   return 1;
 }
 
-std::string Absolute(const std::string& path) {
-  if (path.empty() || path[0] == '/') return path;
-  char buffer[4096];
-  if (::getcwd(buffer, sizeof buffer) == nullptr) return path;
-  return std::string(buffer) + "/" + path;
-}
 
 std::optional<int> Number(const std::string& text, int low, int high) {
   if (text.empty() || text.size() > 9 || text.find_first_not_of("0123456789") != std::string::npos) return {};
@@ -74,11 +68,11 @@ std::optional<TagsOptions> ParseTagsOptions(const Args& args) {
       if (!index) return std::nullopt;
       options.action = arg;
       options.index = *index;
-      if (arg == "--extract") options.other = Absolute(args[++i]);
+      if (arg == "--extract") options.other = AbsolutePath(args[++i]);
       ++actions;
     } else if (arg == "--add" && left >= 1) {
       options.action = arg;
-      options.other = Absolute(args[++i]);
+      options.other = AbsolutePath(args[++i]);
       ++actions;
     } else if (arg == "--type" && left >= 1) {
       const std::optional<int> type = Number(args[++i], 0, 20);
@@ -86,7 +80,7 @@ std::optional<TagsOptions> ParseTagsOptions(const Args& args) {
       options.type = *type;
       typed = true;
     } else if (!StartsWith(arg, "-") && options.file.empty()) {
-      options.file = Absolute(arg);
+      options.file = AbsolutePath(arg);
     } else {
       return std::nullopt;
     }

@@ -42,6 +42,10 @@ int RunEngineJob(FFmpegX& engine);
 void InstallInterruptHandlers();
 bool Interrupted();
 
+// A relative name made absolute from the working folder, so that a name such as
+// "-x.mp4" can never be read as an option by a tool.
+std::string AbsolutePath(const std::string& path);
+
 // Finds a tool named without a folder on PATH; a path is returned as given.
 std::string ResolveTool(const std::string& name);
 

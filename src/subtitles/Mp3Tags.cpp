@@ -11,6 +11,7 @@
 #include <cstdlib>
 
 #include "subtitles/FileHelpers.h"
+#include "subtitles/TextEncoding.h"
 #include "subtitles/TextHelpers.h"
 
 namespace zel {
@@ -194,24 +195,6 @@ size_t PastTerminator(std::string_view bytes, size_t from, int encoding) {
     if (bytes[i] == '\0' && bytes[i + 1] == '\0') return i + 2;
   }
   return std::string_view::npos;
-}
-
-void AppendUtf8(std::string& out, uint32_t c) {
-  if (c < 0x80) {
-    out += static_cast<char>(c);
-  } else if (c < 0x800) {
-    out += static_cast<char>(0xC0 | (c >> 6));
-    out += static_cast<char>(0x80 | (c & 0x3F));
-  } else if (c < 0x10000) {
-    out += static_cast<char>(0xE0 | (c >> 12));
-    out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-    out += static_cast<char>(0x80 | (c & 0x3F));
-  } else {
-    out += static_cast<char>(0xF0 | (c >> 18));
-    out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
-    out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-    out += static_cast<char>(0x80 | (c & 0x3F));
-  }
 }
 
 std::string Utf16ToUtf8(std::string_view bytes, bool bigEndian) {

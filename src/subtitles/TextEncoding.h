@@ -58,6 +58,9 @@ std::string EncodeCodePage(std::string_view text, const char* page);
 // read as Big5 (mode 2). Mode 0 and unknown modes leave the line as it is.
 std::string ApplyBig5Mode(std::string_view line, int mode);
 
+// Appends one character (a code point) to a UTF-8 text.
+void AppendUtf8(std::string& out, uint32_t code);
+
 // Whether the bytes are well-formed UTF-8.
 bool IsValidUtf8(std::string_view bytes);
 // The characters (code points) of a UTF-8 text, each as its bytes; a stray byte
