@@ -7,8 +7,8 @@
 #include <filesystem>
 
 #include "BenchSupport.h"
-#include "subtitles/FileHelpers.h"
-#include "subtitles/TextHelpers.h"
+#include "base/FileHelpers.h"
+#include "base/TextHelpers.h"
 
 namespace {
 

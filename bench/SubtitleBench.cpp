@@ -7,7 +7,7 @@
 #include <filesystem>
 
 #include "BenchSupport.h"
-#include "subtitles/FileHelpers.h"
+#include "base/FileHelpers.h"
 #include "subtitles/TimeNotation.h"
 
 namespace {

@@ -9,8 +9,8 @@
 
 #include "BenchSupport.h"
 #include "jobs/ListboxModel.h"
-#include "subtitles/FileHelpers.h"
-#include "subtitles/TextHelpers.h"
+#include "base/FileHelpers.h"
+#include "base/TextHelpers.h"
 
 namespace {
 

@@ -17,8 +17,8 @@
 #include "jobs/Settings.h"
 #include "jobs/TaskLoop.h"
 #include "jobs/Tasks.h"
-#include "subtitles/FileHelpers.h"
-#include "subtitles/TextHelpers.h"
+#include "base/FileHelpers.h"
+#include "base/TextHelpers.h"
 
 namespace zel::cli {
 namespace {

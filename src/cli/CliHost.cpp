@@ -9,7 +9,7 @@
 #include "jobs/MainState.h"
 #include "jobs/SessionActions.h"
 #include "jobs/Strings.h"
-#include "subtitles/FileHelpers.h"
+#include "base/FileHelpers.h"
 
 namespace zel::cli {
 

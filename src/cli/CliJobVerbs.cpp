@@ -10,8 +10,8 @@
 #include "jobs/Registry.h"
 #include "jobs/Settings.h"
 #include "jobs/Strings.h"
-#include "subtitles/FileHelpers.h"
-#include "subtitles/TextHelpers.h"
+#include "base/FileHelpers.h"
+#include "base/TextHelpers.h"
 
 namespace zel::cli {
 namespace {

@@ -10,9 +10,9 @@
 #include "jobs/KaraokeJob.h"
 #include "jobs/MainState.h"
 #include "jobs/Settings.h"
-#include "subtitles/FileHelpers.h"
+#include "base/FileHelpers.h"
 #include "subtitles/TextEncoding.h"
-#include "subtitles/TextHelpers.h"
+#include "base/TextHelpers.h"
 
 namespace zel::cli {
 namespace {

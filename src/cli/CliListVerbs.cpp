@@ -7,8 +7,8 @@
 #include "cli/CliVerbs.h"
 #include "jobs/ListboxModel.h"
 #include "jobs/Tasks.h"
-#include "subtitles/FileHelpers.h"
-#include "subtitles/TextHelpers.h"
+#include "base/FileHelpers.h"
+#include "base/TextHelpers.h"
 
 namespace zel::cli {
 

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "cli/CliVerbs.h"
-#include "subtitles/FileHelpers.h"
+#include "base/FileHelpers.h"
 #include "subtitles/clsFilePKZ.h"
 
 namespace zel::cli {

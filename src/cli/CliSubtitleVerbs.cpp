@@ -9,10 +9,10 @@
 #include "engine/FFmpegX.h"
 #include "jobs/EngineSetup.h"
 #include "jobs/Settings.h"
-#include "subtitles/FileHelpers.h"
+#include "base/FileHelpers.h"
 #include "subtitles/SubtitleCells.h"
 #include "subtitles/TextEncoding.h"
-#include "subtitles/TextHelpers.h"
+#include "base/TextHelpers.h"
 
 namespace zel::cli {
 namespace {

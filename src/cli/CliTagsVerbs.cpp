@@ -12,9 +12,9 @@
 #include <string>
 
 #include "cli/CliHost.h"
-#include "subtitles/FileHelpers.h"
+#include "base/FileHelpers.h"
 #include "subtitles/Mp3Tags.h"
-#include "subtitles/TextHelpers.h"
+#include "base/TextHelpers.h"
 
 namespace zel::cli {
 namespace {

@@ -3,7 +3,7 @@
 #include <cstdio>
 
 #include "cli/CliVerbs.h"
-#include "subtitles/TextHelpers.h"
+#include "base/TextHelpers.h"
 #include "subtitles/TimeNotation.h"
 
 namespace zel::cli {

@@ -4,7 +4,7 @@
 #include <array>
 #include <vector>
 
-#include "subtitles/TextHelpers.h"
+#include "base/TextHelpers.h"
 
 namespace zel {
 

@@ -222,8 +222,7 @@ std::string FFmpegX::OutputPathFor(std::string_view extension, bool withSuffixAf
   const std::string first = FirstSource();
   std::string folder = outputDir_;
   if (folder.empty()) {
-    const size_t slash = first.rfind('/');
-    folder = slash == std::string::npos ? std::string() : first.substr(0, slash + 1);
+    folder = FolderOf(first);
   }
   const std::string base = CustomFileName.empty() ? GetFileString(first, ".", 0) : CustomFileName;
   const std::string& after = withSuffixAfter ? FileNameAddStringAfter : std::string();

@@ -13,9 +13,9 @@
 
 #include "engine/CoreCapabilities.h"
 #include "engine/EngineMessages.h"
-#include "subtitles/FileHelpers.h"
+#include "base/FileHelpers.h"
 #include "subtitles/SubtitleWriters.h"
-#include "subtitles/TextHelpers.h"
+#include "base/TextHelpers.h"
 #include "subtitles/TimeNotation.h"
 
 class QImage;

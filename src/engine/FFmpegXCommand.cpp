@@ -353,7 +353,7 @@ std::string FFmpegX::ComposeFFmpeg(int pass, int rotate, const std::string& extr
     // A suffix the source's name already carries is not added twice.
     outputFileName_ = OutputPathFor(extension, !Contains(first, FileNameAddStringAfter));
   }
-  const std::string outputFolder(outputFileName_.substr(0, outputFileName_.rfind('/') + 1));
+  const std::string outputFolder = FolderOf(outputFileName_);
   if (!outputFolder.empty() && !DirectoryExists(outputFolder)) MakedPath(outputFolder);
 
   // ---- Threads, stamps, metadata, filters, strictness, raw options ----
@@ -395,7 +395,7 @@ std::string FFmpegX::ComposeFFmpeg(int pass, int rotate, const std::string& extr
   std::string command;
   if (EndsWith(first, ":")) {
     // A disc is pulled by MEncoder from the core's folder and handed over a pipe.
-    const std::string folder = core_.substr(0, core_.rfind('/') + 1);
+    const std::string folder = FolderOf(core_);
     command = Quoted(folder + "mencoder") + " -dvd-device " + LowerAscii(first) +
               "/ dvd://1 -really-quiet -oac copy -ovc copy -o -|" + Quoted(core_) + " -v 1 -y -i -" + tail;
   } else {

@@ -65,8 +65,7 @@ void DrawBandsAndTexts(QPainter& painter, const SheetGeometry& sheet, const Scre
                  SheetFont(48), fore, outline);
   DrawKeypadText(painter, InformationLine(source, grabber.Width(), grabber.Height(), grabber.Duration(), r),
                  QRect(30, 30, w - 60, sheet.header - 55), 3, SheetFont(14), fore, outline);
-  const size_t slash = source.rfind('/');
-  DrawKeypadText(painter, QString::fromStdString(slash == std::string::npos ? source : source.substr(slash + 1)),
+  DrawKeypadText(painter, QString::fromStdString(FileNameOf(source)),
                  QRect(30, 30, w - 60, sheet.header - 60), 6, SheetFont(32), fore, outline);
 }
 
@@ -168,7 +167,7 @@ void FFmpegX::ConvertImageJob() {
   // A suffix of the job's own (".THM" beside ".JPG") names the file; the picture's
   // format is the key's.
   outputFileName_ = OutputPathFor(FileNameSuffix.empty() ? forceFormat_ : FileNameSuffix);
-  const std::string folder = outputFileName_.substr(0, outputFileName_.rfind('/') + 1);
+  const std::string folder = FolderOf(outputFileName_);
   if (!folder.empty() && !DirectoryExists(folder)) MakedPath(folder);
   startTime_ = ClockNow();
   ConvertImage(FirstSource(), outputFileName_, forceFormat_, imageSize_, ImageQuality, 24, 6);

@@ -274,7 +274,7 @@ std::string FFmpegX::ComposeMEncoder(int pass) {
 
   // ---- Output name; pass 2 writes over pass 1's file ----
   if (pass != 2) outputFileName_ = OutputPathFor(extension, !Contains(first, FileNameAddStringAfter));
-  const std::string outputFolder(outputFileName_.substr(0, outputFileName_.rfind('/') + 1));
+  const std::string outputFolder = FolderOf(outputFileName_);
   if (!outputFolder.empty() && !DirectoryExists(outputFolder)) MakedPath(outputFolder);
 
   // ---- The inputs, each with its own range ----

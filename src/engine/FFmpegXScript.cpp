@@ -204,8 +204,7 @@ void FFmpegX::GenerateScript(const std::string& source, const std::string& scrip
   // A failed write leaves the tool to fail on its input, which reports it.
   WriteFileAtomic(scriptPath, text);
   if (TestMode && !outputDir_.empty()) {
-    const size_t slash = scriptPath.rfind('/');
-    WriteFileAtomic(outputDir_ + scriptPath.substr(slash == std::string::npos ? 0 : slash + 1), text);
+    WriteFileAtomic(outputDir_ + FileNameOf(scriptPath), text);
   }
 }
 

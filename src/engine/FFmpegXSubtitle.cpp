@@ -88,8 +88,7 @@ bool FFmpegX::ff_ConvertSubtitle(const std::vector<std::string>& files, const Su
     Report(kStatusError, MsgCannotCreateFile);
     return false;
   }
-  const size_t slash = outputPath.rfind('/');
-  const std::string folder = slash == std::string::npos ? std::string() : outputPath.substr(0, slash + 1);
+  const std::string folder = FolderOf(outputPath);
   if (!folder.empty() && !DirectoryExists(folder)) MakedPath(folder);
 
   const WriterProgress progress = [this](int index, int last) {

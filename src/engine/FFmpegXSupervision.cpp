@@ -229,17 +229,16 @@ void FFmpegX::RepairSplitOutput() {
 }
 
 std::string FFmpegX::ToolLogPath() const {
-  const size_t slash = core_.rfind('/');
   const std::string besideTool = std::string(SplitExtension(core_).stem) + ".log";
-  const std::string folder = slash == std::string::npos ? std::string(".") : core_.substr(0, slash);
-  if (ToolFolderTakesLog(folder)) return besideTool;
+  const std::string folder = FolderOf(core_);
+  if (ToolFolderTakesLog(folder.empty() ? std::string(".") : folder)) return besideTool;
   const char* state = std::getenv("XDG_STATE_HOME");
   const char* home = std::getenv("HOME");
   std::string base = (state != nullptr && *state != '\0') ? std::string(state)
                                                          : std::string(home != nullptr ? home : "/tmp") + "/.local/state";
   base += "/ZEL";
   MakedPath(base);
-  return base + "/" + besideTool.substr(slash == std::string::npos ? 0 : slash + 1);
+  return base + "/" + FileNameOf(besideTool);
 }
 
 void FFmpegX::AppendToolLog(const std::string& block) {

@@ -12,8 +12,8 @@
 #include <cmath>
 #include <vector>
 
-#include "subtitles/FileHelpers.h"
-#include "subtitles/TextHelpers.h"
+#include "base/FileHelpers.h"
+#include "base/TextHelpers.h"
 
 namespace zel {
 
@@ -144,9 +144,8 @@ QImage FitIntoCanvas(const QImage& picture, QSize canvas) {
 
 bool SaveImageFile(const QImage& picture, const std::string& path, std::string_view format, int quality) {
   if (picture.isNull() || path.empty()) return false;
-  const size_t slash = path.rfind('/');
-  const std::string folder = slash == std::string::npos ? std::string(".") : path.substr(0, slash + 1);
-  const std::string temp = CreateTempFile(".zel-image-", folder);
+  const std::string folder = FolderOf(path);
+  const std::string temp = CreateTempFile(".zel-image-", folder.empty() ? "." : folder);
   if (temp.empty()) return false;
   const std::string key = LowerAscii(format);
   const bool written = (key == "gif" || key == "gif_t") ? WriteGif(picture, temp, key == "gif_t")

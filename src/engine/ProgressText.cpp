@@ -3,7 +3,7 @@
 #include <cmath>
 #include <ctime>
 
-#include "subtitles/FileHelpers.h"
+#include "base/FileHelpers.h"
 #include "subtitles/TimeNotation.h"
 
 namespace zel {

@@ -16,8 +16,8 @@
 
 #include "engine/CommandLine.h"
 #include "jobs/MainState.h"
-#include "subtitles/FileHelpers.h"
-#include "subtitles/TextHelpers.h"
+#include "base/FileHelpers.h"
+#include "base/TextHelpers.h"
 #include "subtitles/TimeNotation.h"
 
 namespace zel {
@@ -267,9 +267,8 @@ bool ConcatenateFiles(const std::vector<std::string>& inputs, const std::string&
   struct stat info {};
   if (inputs.empty() || output.empty() || ::lstat(output.c_str(), &info) == 0) return false;
 
-  const size_t slash = output.rfind('/');
-  const std::string folder = slash == std::string::npos ? std::string(".") : output.substr(0, slash + 1);
-  const std::string temp = CreateTempFile(".zeljoin", folder);
+  const std::string folder = FolderOf(output);
+  const std::string temp = CreateTempFile(".zeljoin", folder.empty() ? "." : folder);
   if (temp.empty()) return false;
   const int target = ::open(temp.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC);
   if (target < 0) {

@@ -9,8 +9,8 @@
 #include "jobs/Settings.h"
 #include "jobs/Strings.h"
 #include "jobs/Tasks.h"
-#include "subtitles/FileHelpers.h"
-#include "subtitles/TextHelpers.h"
+#include "base/FileHelpers.h"
+#include "base/TextHelpers.h"
 
 namespace zel {
 

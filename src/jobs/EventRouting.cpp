@@ -12,8 +12,8 @@
 #include "jobs/MainState.h"
 #include "jobs/Strings.h"
 #include "jobs/TaskLoop.h"
-#include "subtitles/FileHelpers.h"
-#include "subtitles/TextHelpers.h"
+#include "base/FileHelpers.h"
+#include "base/TextHelpers.h"
 
 namespace zel {
 

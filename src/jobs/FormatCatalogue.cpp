@@ -1,7 +1,7 @@
 #include "jobs/FormatCatalogue.h"
 
 #include "jobs/Strings.h"
-#include "subtitles/TextHelpers.h"
+#include "base/TextHelpers.h"
 
 namespace zel {
 namespace {

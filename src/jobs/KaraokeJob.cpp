@@ -5,9 +5,9 @@
 
 #include "engine/FFmpegX.h"
 #include "jobs/Strings.h"
-#include "subtitles/FileHelpers.h"
+#include "base/FileHelpers.h"
 #include "subtitles/TextEncoding.h"
-#include "subtitles/TextHelpers.h"
+#include "base/TextHelpers.h"
 
 namespace zel {
 
@@ -43,8 +43,7 @@ std::string PictureSource(const KaraokeInput& in, long long hold, long long fade
 
 bool CopyBeside(const std::string& path, const std::string& folder) {
   if (!FileExists(path)) return true;
-  const size_t slash = path.rfind('/');
-  return WriteFileAtomic(cPath(folder) + path.substr(slash + 1), ReadText(path));
+  return WriteFileAtomic(cPath(folder) + FileNameOf(path), ReadText(path));
 }
 
 }  // namespace

@@ -6,8 +6,8 @@
 #include <utility>
 #include <variant>
 
-#include "subtitles/FileHelpers.h"
-#include "subtitles/TextHelpers.h"
+#include "base/FileHelpers.h"
+#include "base/TextHelpers.h"
 
 namespace zel {
 namespace {

@@ -12,8 +12,8 @@
 #include "jobs/MainState.h"
 #include "jobs/Settings.h"
 #include "jobs/Strings.h"
-#include "subtitles/FileHelpers.h"
-#include "subtitles/TextHelpers.h"
+#include "base/FileHelpers.h"
+#include "base/TextHelpers.h"
 #include "subtitles/clsFilePKZ.h"
 
 namespace zel {
@@ -76,7 +76,7 @@ std::string UserProfilesFolder() {
 bool SaveProfile(const std::string& path, JobHost& host) {
   const std::string report(StrUserSettings);
   if ((FileExists(path) || DirectoryExists(path)) && !host.Ask(StrOverwriteProfileQuestion, false)) return false;
-  const std::string folder = path.substr(0, path.rfind('/') + 1);
+  const std::string folder = FolderOf(path);
   const bool saved = !DirectoryExists(path) && (folder.empty() || DirectoryExists(folder) || MakedPath(folder)) &&
                      WriteFileAtomic(path, UserProfileText());
   host.ShowMessage(report + std::string(saved ? StrSaved : StrCannotSave));

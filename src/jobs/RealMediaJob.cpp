@@ -5,8 +5,8 @@
 
 #include "engine/CommandLine.h"
 #include "jobs/Settings.h"
-#include "subtitles/FileHelpers.h"
-#include "subtitles/TextHelpers.h"
+#include "base/FileHelpers.h"
+#include "base/TextHelpers.h"
 
 namespace zel {
 namespace {

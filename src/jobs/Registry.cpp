@@ -9,8 +9,8 @@
 #include <optional>
 
 #include "jobs/IniFile.h"
-#include "subtitles/FileHelpers.h"
-#include "subtitles/TextHelpers.h"
+#include "base/FileHelpers.h"
+#include "base/TextHelpers.h"
 
 namespace zel {
 namespace {
@@ -202,7 +202,7 @@ class Store {
   bool Modify(Change change) {
     std::lock_guard guard(mutex_);
     const std::string file = File();
-    const std::string folder(file.substr(0, file.rfind('/')));
+    const std::string folder = FolderOf(file);
     if (!DirectoryExists(folder) && !MakedPath(folder)) return false;
     FileLock lock(file);
     if (!lock.Held()) return false;

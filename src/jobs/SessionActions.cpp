@@ -28,7 +28,7 @@
 #include <vector>
 
 #include "engine/ChildProcess.h"
-#include "subtitles/FileHelpers.h"
+#include "base/FileHelpers.h"
 
 extern char** environ;
 

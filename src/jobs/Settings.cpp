@@ -8,8 +8,8 @@
 #include "jobs/MainState.h"
 #include "jobs/Registry.h"
 #include "jobs/Strings.h"
-#include "subtitles/FileHelpers.h"
-#include "subtitles/TextHelpers.h"
+#include "base/FileHelpers.h"
+#include "base/TextHelpers.h"
 
 namespace zel {
 namespace {

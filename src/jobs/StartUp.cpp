@@ -17,9 +17,9 @@
 #include "jobs/Profiles.h"
 #include "jobs/Settings.h"
 #include "jobs/Strings.h"
-#include "subtitles/FileHelpers.h"
+#include "base/FileHelpers.h"
 #include "subtitles/TextEncoding.h"
-#include "subtitles/TextHelpers.h"
+#include "base/TextHelpers.h"
 #include "subtitles/clsFilePKZ.h"
 
 #ifndef ZEL_BUILD_NUMBER
@@ -69,8 +69,7 @@ bool Executable(const std::string& path) { return FileExists(path) && ::access(p
 int ProgramBuildNumber() { return ZEL_BUILD_NUMBER; }
 
 int ProductKindFor(std::string_view programPath, const std::vector<std::string>& args) {
-  const std::string_view name = programPath.substr(programPath.rfind('/') + 1);
-  if (Contains(LowerAscii(name), "karaoke")) return kProductKaraoke;
+  if (Contains(LowerAscii(FileNameOf(programPath)), "karaoke")) return kProductKaraoke;
   for (const std::string& arg : args) {
     if (arg == "--karaoke") return kProductKaraoke;
   }
@@ -136,8 +135,8 @@ bool UnpackToolsPackage(const std::string& packagePath, JobHost& host) {
 StartResult Main(JobHost& host, const StartOptions& options) {
   MainState& state = Shared();
   state.ProgramPath = options.programPath.empty() ? RunningProgram() : options.programPath;
-  state.ProgramFolder = state.ProgramPath.substr(0, state.ProgramPath.rfind('/') + 1);
-  state.ProgramName = state.ProgramPath.substr(state.ProgramFolder.size());
+  state.ProgramFolder = FolderOf(state.ProgramPath);
+  state.ProgramName = FileNameOf(state.ProgramPath);
   DiagnosticsLog log(state.ProgramPath);
 
   log.Restart();

@@ -16,8 +16,8 @@
 #include "jobs/MainState.h"
 #include "jobs/RealMediaJob.h"
 #include "jobs/Strings.h"
-#include "subtitles/FileHelpers.h"
-#include "subtitles/TextHelpers.h"
+#include "base/FileHelpers.h"
+#include "base/TextHelpers.h"
 #include "subtitles/TimeNotation.h"
 
 namespace zel {
@@ -49,17 +49,6 @@ int64_t FreeSpace(const std::string& folder) {
   struct statvfs info {};
   if (::statvfs(folder.c_str(), &info) != 0) return -1;
   return static_cast<int64_t>(info.f_bavail) * static_cast<int64_t>(info.f_frsize);
-}
-
-std::string Folder(std::string_view path) {
-  const size_t slash = path.rfind('/');
-  return slash == std::string_view::npos ? std::string() : std::string(path.substr(0, slash + 1));
-}
-
-std::string BaseName(std::string_view path) {
-  const std::string stem(SplitExtension(path).stem);
-  const size_t slash = stem.rfind('/');
-  return slash == std::string::npos ? stem : stem.substr(slash + 1);
 }
 
 }  // namespace
@@ -194,7 +183,7 @@ void TaskLoop::RunTask(int index, const std::string& source) {
 
 std::string TaskLoop::OutputFolderFor(const std::string& source) const {
   const std::string field = read_("OutputFolder");
-  return field.empty() ? Folder(source) : cPath(field);
+  return field.empty() ? FolderOf(source) : cPath(field);
 }
 
 void TaskLoop::ConfigureFor(const std::string& source, std::string_view logLine) {
@@ -240,7 +229,7 @@ void TaskLoop::RunKaraokeJob() {
     info_.Add(StrErrorOccurred, MsgNoAviSynth);
     return;
   }
-  engine_.CustomFileName = "MV_" + BaseName(music);
+  engine_.CustomFileName = "MV_" + BaseNameOf(music);
   engine_.SetFilename(input.scriptPath);
   StartEngine();
 }
@@ -248,7 +237,7 @@ void TaskLoop::RunKaraokeJob() {
 void TaskLoop::RunSubtitleJob(const std::string& source, const std::string& record) {
   SubtitleArguments args = SubtitleTaskArguments(read_);
   args.outputPath =
-      OutputFolderFor(source) + read_("FileNameAddStringBefore") + BaseName(source) + "." + formatName_;
+      OutputFolderFor(source) + read_("FileNameAddStringBefore") + BaseNameOf(source) + "." + formatName_;
   const CutRecord cut = ParseCutRecord(record);
   args.cutStart = PointSeconds(cut.start);
   args.cutEnd = PointSeconds(cut.end);
@@ -406,9 +395,9 @@ bool TaskLoop::JoinWith(const DirectJob& job, const std::vector<std::string>& in
   }
   if (job.kind == DirectJobKind::Concatenate) {
     // The classic byte join; done here, without a shell.
-    std::string folder = engine_.OutputDir().empty() ? Folder(first) : engine_.OutputDir();
+    std::string folder = engine_.OutputDir().empty() ? FolderOf(first) : engine_.OutputDir();
     const std::string target =
-        RenameExists(folder + read_("FileNameAddStringBefore") + BaseName(first) + engine_.FileNameAddStringAfter +
+        RenameExists(folder + read_("FileNameAddStringBefore") + BaseNameOf(first) + engine_.FileNameAddStringAfter +
                          "." + engine_.ForceFormat(),
                      false);
     Log(std::string(logLine) + " " + target);
@@ -457,14 +446,14 @@ void TaskLoop::RunTransfer(int index, const std::string& source) {
   ++jobsStarted_;
 
   const std::string folderField = read_("OutputFolder");
-  const std::string folder = folderField.empty() ? Folder(source) : cPath(folderField);
+  const std::string folder = folderField.empty() ? FolderOf(source) : cPath(folderField);
   const int64_t size = FileSize(source);
   const bool roomy = !DirectoryExists(folder) || FreeSpace(folder) < 0 || FreeSpace(folder) >= size;
   bool done = false;
   std::string target;
   if (roomy && FileExists(source)) {
     MakedPath(folder);
-    target = RenameExists(folder + source.substr(source.rfind('/') + 1), false);
+    target = RenameExists(folder + FileNameOf(source), false);
     const bool copied = !target.empty() && ConcatenateFiles({source}, target, [this] {
       host_.PumpEvents();
       return !stopRequested_;

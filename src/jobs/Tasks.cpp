@@ -10,8 +10,8 @@
 #include "jobs/MainState.h"
 #include "jobs/Settings.h"
 #include "jobs/Strings.h"
-#include "subtitles/FileHelpers.h"
-#include "subtitles/TextHelpers.h"
+#include "base/FileHelpers.h"
+#include "base/TextHelpers.h"
 
 namespace zel {
 
@@ -121,10 +121,8 @@ std::string CutComment(std::string_view start, std::string_view end, std::string
 }
 
 void AddToTaskList(ListboxModel& tasks, const std::string& path, FFmpegX* probe) {
-  const PathParts parts = SplitExtension(path);
-  const size_t slash = parts.stem.rfind('/');
-  const std::string text = slash == std::string::npos ? std::string(parts.stem) : std::string(parts.stem.substr(slash + 1));
-  std::string comment = UpperAscii(parts.extension.empty() ? std::string() : std::string(parts.extension.substr(1)));
+  const std::string text = BaseNameOf(path);
+  std::string comment = UpperAscii(ExtensionOf(path));
   if (probe != nullptr) {
     probe->SetFilename(path);
     comment += ", " + probe->FileInfo();

@@ -10,9 +10,9 @@
 #include <climits>
 #include <cstdlib>
 
-#include "subtitles/FileHelpers.h"
+#include "base/FileHelpers.h"
 #include "subtitles/TextEncoding.h"
-#include "subtitles/TextHelpers.h"
+#include "base/TextHelpers.h"
 
 namespace zel {
 
@@ -514,9 +514,8 @@ Mp3TextFrames ReadTextFrames(const std::string& path) {
 }
 
 std::string CheckAblumImage(const std::string& path) {
-  const size_t slash = path.rfind('/');
-  const std::string folder = slash == std::string::npos ? std::string() : path.substr(0, slash + 1);
-  const std::string stem(SplitExtension(path).stem.substr(folder.size()));
+  const std::string folder = FolderOf(path);
+  const std::string stem = BaseNameOf(path);
   std::vector<std::string> names;
   for (const std::string& suffix : Split(kCoverSuffixes, "|")) names.push_back(stem + suffix);
   for (std::string& name : Split(kFolderCovers, "|")) names.push_back(std::move(name));

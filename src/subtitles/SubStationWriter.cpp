@@ -5,7 +5,7 @@
 #include "subtitles/SubtitleCells.h"
 #include "subtitles/SubtitleWriters.h"
 #include "subtitles/TextEncoding.h"
-#include "subtitles/TextHelpers.h"
+#include "base/TextHelpers.h"
 #include "subtitles/TimeNotation.h"
 
 namespace zel {

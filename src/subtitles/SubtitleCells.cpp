@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "subtitles/TextHelpers.h"
+#include "base/TextHelpers.h"
 #include "subtitles/TimeNotation.h"
 
 namespace zel {

@@ -3,7 +3,7 @@
 #include <string>
 
 #include "subtitles/SubtitleCells.h"
-#include "subtitles/TextHelpers.h"
+#include "base/TextHelpers.h"
 
 namespace zel {
 

@@ -11,8 +11,8 @@
 #include <mutex>
 #include <utility>
 
-#include "subtitles/FileHelpers.h"
-#include "subtitles/TextHelpers.h"
+#include "base/FileHelpers.h"
+#include "base/TextHelpers.h"
 
 namespace zel {
 

@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <limits>
 
-#include "subtitles/TextHelpers.h"
+#include "base/TextHelpers.h"
 
 namespace zel {
 

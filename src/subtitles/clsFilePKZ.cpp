@@ -9,7 +9,7 @@
 #include <cstdlib>
 #include <limits>
 
-#include "subtitles/FileHelpers.h"
+#include "base/FileHelpers.h"
 
 namespace zel {
 
@@ -293,8 +293,7 @@ std::string clsFilePKZ::ReadData(const Entry& entry) const {
 }
 
 bool clsFilePKZ::WriteData(const Head& head, const std::string& path) const {
-  const size_t slash = path.rfind('/');
-  if (slash != std::string::npos && slash > 0) MakedPath(std::string_view(path).substr(0, slash));
+  if (const std::string folder = FolderOf(path); folder.size() > 1) MakedPath(folder);
   // Written beside the target and renamed over it: a failed write leaves no
   // half file, and a link in the target's place is replaced, never followed.
   std::string temp = path + ".XXXXXX";

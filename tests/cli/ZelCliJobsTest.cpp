@@ -3,8 +3,8 @@
 #include <cstdlib>
 #include <string>
 
-#include "subtitles/FileHelpers.h"
-#include "subtitles/TextHelpers.h"
+#include "base/FileHelpers.h"
+#include "base/TextHelpers.h"
 #include "support/TestSupport.h"
 
 namespace zel::test {

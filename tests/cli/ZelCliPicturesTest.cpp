@@ -4,7 +4,7 @@
 
 #include <QImage>
 
-#include "subtitles/FileHelpers.h"
+#include "base/FileHelpers.h"
 #include "support/TestSupport.h"
 
 namespace zel {

@@ -1,7 +1,7 @@
 // zel-cli pkz driven as a user's script would drive it.
 #include <gtest/gtest.h>
 
-#include "subtitles/FileHelpers.h"
+#include "base/FileHelpers.h"
 #include "support/TestSupport.h"
 
 namespace zel {

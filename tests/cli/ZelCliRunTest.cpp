@@ -2,8 +2,8 @@
 // join with the real and the fake stream tools, the join of a run's outputs,
 // and damaged input.
 #include "jobs/ListboxModel.h"
-#include "subtitles/FileHelpers.h"
-#include "subtitles/TextHelpers.h"
+#include "base/FileHelpers.h"
+#include "base/TextHelpers.h"
 #include "support/TestSupport.h"
 
 namespace zel::test {

@@ -2,7 +2,7 @@
 // options, a subtitle task, and the subtitle track that follows a conversion.
 #include <gtest/gtest.h>
 
-#include "subtitles/FileHelpers.h"
+#include "base/FileHelpers.h"
 #include "subtitles/SubtitleCells.h"
 #include "subtitles/TextEncoding.h"
 #include "support/TestSupport.h"

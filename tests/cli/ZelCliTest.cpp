@@ -7,8 +7,8 @@
 
 #include "engine/ChildProcess.h"
 #include "engine/CommandLine.h"
-#include "subtitles/FileHelpers.h"
-#include "subtitles/TextHelpers.h"
+#include "base/FileHelpers.h"
+#include "base/TextHelpers.h"
 #include "support/TestSupport.h"
 
 namespace zel {

@@ -3,7 +3,7 @@
 #include <functional>
 
 #include "engine/FFmpegX.h"
-#include "subtitles/FileHelpers.h"
+#include "base/FileHelpers.h"
 #include "support/TestSupport.h"
 
 namespace zel {
@@ -368,7 +368,7 @@ TEST_F(AviSynthScriptTest, TestModeCopiesTheScriptToTheOutputFolder) {
   engine.SetOutputDir(dir / "out");
   engine.TestMode = true;
   const std::string script = Script(source);
-  const std::string name = engine.ScriptPath().substr(engine.ScriptPath().rfind('/') + 1);
+  const std::string name = FileNameOf(engine.ScriptPath());
   EXPECT_EQ(ReadText(dir / ("out/" + name)), script);
   EXPECT_EQ(script, Whole({kSource}));
 }

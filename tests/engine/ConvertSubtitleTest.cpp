@@ -3,7 +3,7 @@
 #include <random>
 
 #include "engine/FFmpegX.h"
-#include "subtitles/FileHelpers.h"
+#include "base/FileHelpers.h"
 #include "subtitles/TextEncoding.h"
 #include "support/TestSupport.h"
 

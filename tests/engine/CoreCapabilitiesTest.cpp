@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "subtitles/FileHelpers.h"
-#include "subtitles/TextHelpers.h"
+#include "base/FileHelpers.h"
+#include "base/TextHelpers.h"
 
 namespace zel {
 namespace {

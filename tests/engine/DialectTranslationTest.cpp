@@ -5,7 +5,7 @@
 #include <filesystem>
 
 #include "engine/CommandLine.h"
-#include "subtitles/FileHelpers.h"
+#include "base/FileHelpers.h"
 #include "support/TestSupport.h"
 
 namespace zel {

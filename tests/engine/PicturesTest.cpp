@@ -9,7 +9,7 @@
 #include "engine/FrameGrabber.h"
 #include "engine/ImageFiles.h"
 #include "engine/ThumbnailSheet.h"
-#include "subtitles/FileHelpers.h"
+#include "base/FileHelpers.h"
 #include "support/TestSupport.h"
 
 namespace zel {

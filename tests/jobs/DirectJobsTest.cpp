@@ -9,7 +9,7 @@
 
 #include "engine/CommandLine.h"
 #include "jobs/RealMediaJob.h"
-#include "subtitles/FileHelpers.h"
+#include "base/FileHelpers.h"
 #include "support/TestSupport.h"
 
 namespace zel {
@@ -35,7 +35,7 @@ class DirectJobsTest : public ::testing::Test {
     }
     return tools;
   }
-  std::string Name(const std::string& path) const { return path.substr(path.rfind('/') + 1); }
+  std::string Name(const std::string& path) const { return FileNameOf(path); }
 
   TempDir root;
   std::string dir = root / "tool dir";

@@ -4,8 +4,8 @@
 
 #include "engine/CoreCapabilities.h"
 #include "jobs/FormatCatalogue.h"
-#include "subtitles/FileHelpers.h"
-#include "subtitles/TextHelpers.h"
+#include "base/FileHelpers.h"
+#include "base/TextHelpers.h"
 
 namespace zel::test {
 namespace {

@@ -7,7 +7,7 @@
 #include "engine/FFmpegX.h"
 #include "jobs/Settings.h"
 #include "jobs/Strings.h"
-#include "subtitles/FileHelpers.h"
+#include "base/FileHelpers.h"
 #include "subtitles/TextEncoding.h"
 #include "support/TestSupport.h"
 

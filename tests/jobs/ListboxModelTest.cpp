@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "subtitles/FileHelpers.h"
+#include "base/FileHelpers.h"
 #include "support/TestSupport.h"
 
 namespace zel {

@@ -8,8 +8,8 @@
 
 #include "jobs/Profiles.h"
 #include "jobs/Strings.h"
-#include "subtitles/FileHelpers.h"
-#include "subtitles/TextHelpers.h"
+#include "base/FileHelpers.h"
+#include "base/TextHelpers.h"
 #include "support/TestSupport.h"
 
 namespace zel {

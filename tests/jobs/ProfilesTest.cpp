@@ -6,8 +6,8 @@
 #include "jobs/Profiles.h"
 #include "jobs/Settings.h"
 #include "jobs/Strings.h"
-#include "subtitles/FileHelpers.h"
-#include "subtitles/TextHelpers.h"
+#include "base/FileHelpers.h"
+#include "base/TextHelpers.h"
 #include "subtitles/clsFilePKZ.h"
 
 namespace zel::test {

@@ -7,8 +7,8 @@
 #include "jobs/IniFile.h"
 #include "jobs/Settings.h"
 #include "jobs/Strings.h"
-#include "subtitles/FileHelpers.h"
-#include "subtitles/TextHelpers.h"
+#include "base/FileHelpers.h"
+#include "base/TextHelpers.h"
 #include "jobs/JobsTestSupport.h"
 
 namespace zel::test {

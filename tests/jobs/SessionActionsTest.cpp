@@ -25,7 +25,7 @@
 #include <vector>
 
 #include "engine/ChildProcess.h"
-#include "subtitles/FileHelpers.h"
+#include "base/FileHelpers.h"
 #include "support/TestSupport.h"
 
 namespace zel::test {

@@ -8,8 +8,8 @@
 #include "jobs/Settings.h"
 #include "jobs/StartUp.h"
 #include "jobs/Strings.h"
-#include "subtitles/FileHelpers.h"
-#include "subtitles/TextHelpers.h"
+#include "base/FileHelpers.h"
+#include "base/TextHelpers.h"
 #include "subtitles/clsFilePKZ.h"
 
 namespace zel::test {
@@ -59,7 +59,7 @@ TEST_F(StartUp, ANewBuildWipesTheStoreOnlyWhenNewerAndAllowed) {
 
 TEST_F(StartUp, TheDiagnosticsLogIsWrittenOnlyWhenTheUserMadeIt) {
   const std::string program = dir / "zel";
-  ScopedPath path(ToolPath("ffmpeg").substr(0, ToolPath("ffmpeg").rfind('/')));
+  ScopedPath path(FolderOf(ToolPath("ffmpeg")));
   StartOptions options;
   options.programPath = program;
   options.findTools = false;

@@ -8,7 +8,7 @@
 #include "jobs/Settings.h"
 #include "jobs/Strings.h"
 #include "jobs/TaskLoop.h"
-#include "subtitles/FileHelpers.h"
+#include "base/FileHelpers.h"
 
 namespace zel::test {
 namespace {

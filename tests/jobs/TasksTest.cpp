@@ -6,7 +6,7 @@
 #include "jobs/Settings.h"
 #include "jobs/Strings.h"
 #include "jobs/Tasks.h"
-#include "subtitles/FileHelpers.h"
+#include "base/FileHelpers.h"
 
 namespace zel::test {
 namespace {

@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "subtitles/FileHelpers.h"
+#include "base/FileHelpers.h"
 #include "support/TestSupport.h"
 
 namespace zel {

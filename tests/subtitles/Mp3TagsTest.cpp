@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "subtitles/FileHelpers.h"
+#include "base/FileHelpers.h"
 #include "support/TestSupport.h"
 
 namespace zel {

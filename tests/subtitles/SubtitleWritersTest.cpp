@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "subtitles/SubtitleCells.h"
-#include "subtitles/TextHelpers.h"
+#include "base/TextHelpers.h"
 #include "subtitles/TimeNotation.h"
 
 namespace zel {

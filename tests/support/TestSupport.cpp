@@ -8,8 +8,8 @@
 #include <filesystem>
 
 #include "engine/ChildProcess.h"
-#include "subtitles/FileHelpers.h"
-#include "subtitles/TextHelpers.h"
+#include "base/FileHelpers.h"
+#include "base/TextHelpers.h"
 
 namespace zel::test {
 

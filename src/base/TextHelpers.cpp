@@ -1,4 +1,4 @@
-#include "subtitles/TextHelpers.h"
+#include "base/TextHelpers.h"
 
 #include <algorithm>
 #include <cctype>
@@ -6,6 +6,8 @@
 #include <cmath>
 #include <cstdio>
 #include <limits>
+
+#include "base/PathHelpers.h"
 
 namespace zel {
 
@@ -156,17 +158,30 @@ std::string FormatFixed2(double value) {
   return buffer;
 }
 
-std::string FormatNumber(double value) {
-  char buffer[64];
-  auto [ptr, ec] = std::to_chars(buffer, buffer + sizeof buffer, value);
-  return ec == std::errc() ? std::string(buffer, ptr) : std::string("0");
+namespace {
+
+// The number rounded to `digits` significant digits and written out in full:
+// digits, at most one point, no exponent, no trailing zeros, no "-0".
+std::string PlainDecimal(double value, int digits) {
+  if (!std::isfinite(value) || value == 0) return "0";
+  const int exponent = static_cast<int>(std::floor(std::log10(std::fabs(value))));
+  const int decimals = std::clamp(digits - 1 - exponent, 0, 340);
+  char buffer[720];
+  const auto [end, error] = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed, decimals);
+  if (error != std::errc()) return "0";
+  std::string text(buffer, end);
+  if (text.find('.') != std::string::npos) {
+    while (text.back() == '0') text.pop_back();
+    if (text.back() == '.') text.pop_back();
+  }
+  return text == "-0" ? "0" : text;
 }
 
-std::string FormatNumber(float value) {
-  char buffer[64];
-  auto [ptr, ec] = std::to_chars(buffer, buffer + sizeof buffer, value);
-  return ec == std::errc() ? std::string(buffer, ptr) : std::string("0");
-}
+}  // namespace
+
+std::string FormatNumber(double value) { return PlainDecimal(value, 15); }
+
+std::string FormatNumber(float value) { return PlainDecimal(value, 7); }
 
 std::string GetString(std::string_view text, std::string_view startMark, std::string_view endMark) {
   return FindTextBetween(text, startMark, endMark, 1, 1);
@@ -198,10 +213,7 @@ std::string GetFileString(std::string_view text, std::string_view delimiter, int
   const size_t last = delimiter.empty() ? std::string_view::npos : text.rfind(delimiter);
   if (mode == 1) return std::string(last == std::string_view::npos ? text : text.substr(last + delimiter.size()));
   if (mode == 0 && delimiter == ".") {
-    const size_t slash = text.rfind('/');
-    const size_t nameStart = slash == std::string_view::npos ? 0 : slash + 1;
-    if (last == std::string_view::npos || last < nameStart) return std::string(text.substr(nameStart));
-    return std::string(text.substr(nameStart, last - nameStart));
+    return BaseNameOf(text);
   }
   return std::string(last == std::string_view::npos ? text : text.substr(0, last));
 }

@@ -1,6 +1,8 @@
-#include "subtitles/TextHelpers.h"
+#include "base/TextHelpers.h"
 
 #include <gtest/gtest.h>
+
+#include <limits>
 
 namespace zel {
 namespace {
@@ -57,7 +59,20 @@ TEST(TextHelpers, SplitReplaceAndCase) {
   EXPECT_TRUE(Split("", "|").empty());
   EXPECT_EQ(Split("abc", ""), (std::vector<std::string>{"abc"}));
   EXPECT_EQ(ReplaceAllNoCase("#VideoWidth# x #videowidth#", "#VIDEOWIDTH#", "640"), "640 x 640");
-  EXPECT_EQ(FormatNumber(29.97f), "29.97");
+}
+
+TEST(TextHelpers, NumbersArePlainDecimals) {
+  const std::pair<double, std::string_view> doubles[] = {
+      {1000000, "1000000"},        {1e21, "1000000000000000000000"},
+      {12.5, "12.5"},              {3723.45, "3723.45"},
+      {768 * 0.05, "38.4"},        {0.0000001, "0.0000001"},
+      {-0.25, "-0.25"},            {-0.0, "0"},
+      {1.0 / 3, "0.333333333333333"}, {std::numeric_limits<double>::infinity(), "0"},
+  };
+  for (const auto& [value, text] : doubles) EXPECT_EQ(FormatNumber(value), text) << value;
+  const std::pair<float, std::string_view> floats[] = {
+      {29.97f, "29.97"}, {0.1f, "0.1"}, {1e6f, "1000000"}, {23.976f, "23.976"}, {1e-7f, "0.0000001"}};
+  for (const auto& [value, text] : floats) EXPECT_EQ(FormatNumber(value), text) << value;
 }
 
 }  // namespace

@@ -44,7 +44,11 @@ std::vector<std::string> Split(std::string_view text, std::string_view delimiter
 // A number with two decimals, as the format "#0.00" prints it.
 std::string FormatFixed2(double value);
 
-// Shortest round-trip text of a number ("12.5", "4", "3723.45").
+// A number as plain decimal text, the way every file, command and line the
+// program writes shows it: never an exponent, a point only where a fraction is
+// ("1000000", "12.5", "0.0000001"). A double keeps 15 significant digits, a
+// float 7, so that the noise of binary fractions is not shown (768 * 0.05 is
+// "38.4"); infinities and NaN read "0".
 std::string FormatNumber(double value);
 std::string FormatNumber(float value);
 

@@ -9,6 +9,8 @@
 #include <string>
 #include <string_view>
 
+#include "base/PathHelpers.h"
+
 namespace zel {
 
 // True for an existing entry that is not a folder; the empty path is false.
@@ -55,19 +57,6 @@ struct FileStamp {
 };
 // Nothing when the file cannot be reached.
 std::optional<FileStamp> StampOf(const std::string& path);
-
-// A path's stem and its extension with the point ("/v/a.b.avi" -> "/v/a.b", ".avi").
-// A point in a folder's name is no extension: "/v.d/clip" -> "/v.d/clip", "".
-struct PathParts {
-  std::string_view stem;
-  std::string_view extension;
-};
-PathParts SplitExtension(std::string_view path);
-// The extension without its point, as written; "" for none.
-std::string ExtensionOf(std::string_view path);
-
-// The path with a final "/" added when missing; "" stays "".
-std::string cPath(std::string_view path);
 
 // `path` itself when `overwrite` is set or nothing is there; otherwise the first
 // free "stem(n).ext" for n from 1 to 99999, or "" when all are taken.

@@ -1,4 +1,4 @@
-#include "subtitles/FileHelpers.h"
+#include "base/FileHelpers.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "subtitles/TextHelpers.h"
+#include "base/TextHelpers.h"
 
 namespace zel {
 
@@ -154,24 +154,6 @@ std::string CreateTempFile(std::string_view prefix, std::string_view folder) {
   if (fd < 0) return {};
   ::close(fd);
   return path;
-}
-
-std::string ExtensionOf(std::string_view path) {
-  const std::string_view dotted = SplitExtension(path).extension;
-  return dotted.empty() ? std::string() : std::string(dotted.substr(1));
-}
-
-std::string cPath(std::string_view path) {
-  std::string result(path);
-  if (!result.empty() && result.back() != '/') result += '/';
-  return result;
-}
-
-PathParts SplitExtension(std::string_view path) {
-  const size_t slash = path.rfind('/');
-  const size_t dot = path.rfind('.');
-  if (dot == std::string_view::npos || (slash != std::string_view::npos && dot < slash)) return {path, {}};
-  return {path.substr(0, dot), path.substr(dot)};
 }
 
 std::string RenameExists(std::string_view path, bool overwrite) {
