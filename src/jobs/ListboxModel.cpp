@@ -257,12 +257,7 @@ void ListboxModel::SetListIndex(int index) {
   Raise(SelectionChanged);
 }
 
-void ListboxModel::SetList(int index, std::string_view text) {
-  ListItem* item = At(index);
-  if (!item || item->Text == text) return;
-  item->Text = text;
-  Raise(ItemChanged, index);
-}
+void ListboxModel::SetList(int index, std::string_view text) { Put(index, &ListItem::Text, text); }
 
 void ListboxModel::SetListFromKey(std::string_view key, std::string_view text) { SetList(Find(key), text); }
 

@@ -83,12 +83,14 @@ class ListboxModel {
   // -1 when no row has the key or the key is empty.
   int ListIndexFromKey(std::string_view key) const;
 
-  // Text by index and by key; writing raises ItemChanged, and only when the text differs.
+  // Every setter below raises ItemChanged with the row's index when, and only
+  // when, it changes the field; the list-wide changes raise ListChanged.
+
+  // Text by index and by key.
   std::string List(int index) const { return Get(index, &ListItem::Text); }
   void SetList(int index, std::string_view text);
   std::string ListFromKey(std::string_view key) const { return GetByKey(key, &ListItem::Text); }
   void SetListFromKey(std::string_view key, std::string_view text);
-  // Text by key, quietly.
   std::string TextFromKey(std::string_view key) const { return GetByKey(key, &ListItem::Text); }
   void SetTextFromKey(std::string_view key, std::string_view v) { PutByKey(key, &ListItem::Text, v); }
 
@@ -233,9 +235,15 @@ class ListboxModel {
     const ListItem* item = At(index);
     return item ? item->*field : T{};
   }
+  // Every write that changes a field reports it, so a view never polls.
   template <class T, class V>
   void Put(int index, T ListItem::*field, const V& value) {
-    if (ListItem* item = At(index)) item->*field = T(value);
+    ListItem* item = At(index);
+    if (!item) return;
+    T fresh(value);
+    if (item->*field == fresh) return;
+    item->*field = std::move(fresh);
+    if (ItemChanged) ItemChanged(index);
   }
   template <class T>
   T GetByKey(std::string_view key, T ListItem::*field) const {

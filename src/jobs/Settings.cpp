@@ -3,6 +3,9 @@
 #include <QStandardPaths>
 
 #include <cstdlib>
+#include <mutex>
+#include <utility>
+#include <vector>
 
 #include "engine/ProgressText.h"
 #include "jobs/MainState.h"
@@ -264,10 +267,56 @@ std::string ReadSetting(std::string_view key, std::string_view defaultValue) {
 
 bool SettingIsYes(std::string_view key) { return ReadSetting(key) == StrYes; }
 
-bool WriteSetting(std::string_view key, std::string_view value) {
-  return RegistryWrite(HKEY_CURRENT_USER, SettingsPathNow(), key, value, Shared().SettingsIniFile);
+namespace {
+
+struct Listeners {
+  std::mutex mutex;
+  int nextId = 1;
+  std::vector<std::pair<int, SettingListener>> entries;
+};
+
+Listeners& SettingListeners() {
+  static Listeners listeners;
+  return listeners;
 }
 
-bool DeleteAllSettings() { return RegistryDeleteKey(HKEY_CURRENT_USER, SettingsPathNow(), Shared().SettingsIniFile); }
+void Notify(std::string_view key) {
+  // A copy, so that a listener may add or remove listeners, or write a setting.
+  std::vector<std::pair<int, SettingListener>> entries;
+  {
+    Listeners& all = SettingListeners();
+    std::lock_guard guard(all.mutex);
+    entries = all.entries;
+  }
+  for (const auto& [id, listener] : entries) listener(key);
+}
+
+}  // namespace
+
+int AddSettingListener(SettingListener listener) {
+  Listeners& all = SettingListeners();
+  std::lock_guard guard(all.mutex);
+  all.entries.emplace_back(all.nextId, std::move(listener));
+  return all.nextId++;
+}
+
+void RemoveSettingListener(int id) {
+  Listeners& all = SettingListeners();
+  std::lock_guard guard(all.mutex);
+  std::erase_if(all.entries, [id](const auto& entry) { return entry.first == id; });
+}
+
+bool WriteSetting(std::string_view key, std::string_view value) {
+  const bool changes = ReadSetting(key) != value;
+  const bool written = RegistryWrite(HKEY_CURRENT_USER, SettingsPathNow(), key, value, Shared().SettingsIniFile);
+  if (written && changes) Notify(key);
+  return written;
+}
+
+bool DeleteAllSettings() {
+  const bool deleted = RegistryDeleteKey(HKEY_CURRENT_USER, SettingsPathNow(), Shared().SettingsIniFile);
+  if (deleted) Notify({});
+  return deleted;
+}
 
 }  // namespace zel

@@ -3,6 +3,7 @@
 // written back at once; there is no settings object in memory.
 #pragma once
 
+#include <functional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -34,8 +35,16 @@ std::string ReadSetting(std::string_view key);
 std::string ReadSetting(std::string_view key, std::string_view defaultValue);
 // The value read as a yes/no word: only "是" is yes.
 bool SettingIsYes(std::string_view key);
+// Stores one value; listeners hear of it when what a read gives changes.
 bool WriteSetting(std::string_view key, std::string_view value);
-// Removes every stored setting; every read then gives its default.
+// Removes every stored setting; every read then gives its default. Listeners
+// hear the empty key: any value may have changed.
 bool DeleteAllSettings();
+
+// Told, on the writing thread, the key of each setting this program changes, so
+// that a view shows the store without polling it. Returns an id for removal.
+using SettingListener = std::function<void(std::string_view key)>;
+int AddSettingListener(SettingListener listener);
+void RemoveSettingListener(int id);
 
 }  // namespace zel

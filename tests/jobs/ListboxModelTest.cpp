@@ -54,14 +54,25 @@ TEST_F(ListboxModelTest, KeysAreExactAndTheEmptyKeyFindsNothing) {
   EXPECT_TRUE(list.ItemEnabled(0));
 }
 
-TEST_F(ListboxModelTest, TextChangesAreReportedOnlyWhenTheTextDiffers) {
+TEST_F(ListboxModelTest, EveryChangeOfAFieldIsReportedOnce) {
   Fill(2);
-  list.SetList(1, "t2");
+  list.SetList(1, "t2");  // the same text: no event
   list.SetListFromKey("k1", "new");
-  list.SetTextFromKey("k2", "quiet");
+  list.SetTextFromKey("k2", "by key");
   list.SetList(5, "lost");
-  EXPECT_EQ(events, std::vector<std::string>{"ItemChanged 0"});
-  EXPECT_EQ(list.List(0) + list.List(1), "newquiet");
+  list.SetListComment(1, "00:00:01 - 00:00:02");
+  list.SetListComment(1, "00:00:01 - 00:00:02");
+  list.SetValueMax(0, 300);
+  list.SetValue(0, 120);
+  list.SetValue(0, 120);
+  list.SetListImage(1, "/tmp/thumb.jpg");
+  list.SetListIndexChecked(0, true);
+  list.SetTag1TextFromKey("k2", "音频: 0.2");
+  list.SetTag1TextFromKey("nobody", "x");
+  EXPECT_EQ(events, (std::vector<std::string>{"ItemChanged 0", "ItemChanged 1", "ItemChanged 1", "ItemChanged 0",
+                                              "ItemChanged 0", "ItemChanged 1", "ItemChanged 0", "ItemChanged 1"}));
+  EXPECT_EQ(list.List(0) + list.List(1), "newby key");
+  EXPECT_EQ(list.Value(0), 120);
 }
 
 TEST_F(ListboxModelTest, DropDownRowsChooseByPosition) {

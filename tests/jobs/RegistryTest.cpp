@@ -64,8 +64,11 @@ TEST_F(RegistryStore, ValuesOfAnotherTypeOrTornLinesReadAsTheDefault) {
   EXPECT_NE(ReadText(dir / "registry.reg").find("\"Theme\"=hex(2):41,00"), std::string::npos);
 }
 
-TEST_F(RegistryStore, DeletingTheKeyGivesDefaultsUntilTheNextWrite) {
+TEST_F(RegistryStore, DeletingTheKeyGivesDefaultsUntilTheNextWriteAndListenersHearEveryChange) {
+  std::vector<std::string> heard;
+  const int listener = AddSettingListener([&heard](std::string_view key) { heard.emplace_back(key); });
   WriteSetting("OutputMode", "MKV");
+  WriteSetting("OutputMode", "MKV");  // what a read gives stays: nobody is told
   WriteSetting("SplitMode", StrSplitHeadTail);
   RegistryWrite(HKEY_CURRENT_USER, std::string(kPath) + "\\Sub", "X", "1");
   RegistryWrite(HKEY_CURRENT_USER, "Software\\Other", "Y", "2");
@@ -79,6 +82,9 @@ TEST_F(RegistryStore, DeletingTheKeyGivesDefaultsUntilTheNextWrite) {
   WriteSetting("OutputMode", "FLV");
   EXPECT_EQ(ReadSetting("OutputMode"), "FLV");
   EXPECT_EQ(ReadSetting("SplitMode"), StrSplitPointToPoint);
+  RemoveSettingListener(listener);
+  WriteSetting("OutputMode", "AVI");
+  EXPECT_EQ(heard, (std::vector<std::string>{"OutputMode", "SplitMode", "", "OutputMode"}));
 }
 
 TEST_F(RegistryStore, TwoProcessesWritingAtOnceLoseNothing) {
