@@ -1,5 +1,21 @@
 // FFmpegX: the one object through which the program converts a file. A host fills
 // its properties for one job, calls StartProcess, and listens to five events.
+//
+// Threads. An FFmpegX belongs to the thread that made it, the host's thread: call
+// it only there, and every event and every PumpEvents call arrives there, in the
+// order the calls that raise them run. These calls block until their work is done:
+//   - StartProcess: the whole run, every pass. It reads the tool in blocks and,
+//     between blocks and at least every 40 ms while the tool is silent, calls
+//     PumpEvents, inside which the host may call CancelProcess, SuspendApp,
+//     ResumeApp or SetPriority; a cancel ends the tool within 200 ms.
+//   - SetCore: runs the tool for its banner and, for FFmpeg, its lists (these
+//     are kept between runs of the program while tool and banner are unchanged).
+//   - SetFilename and BuildCommand: probe their source through ProbeService. A
+//     probe already made or begun by a worker (ProbeService::Prefetch, a window's
+//     RequestProbe) is taken or waited for; otherwise it is made on this thread.
+//   - ConvertSubtitle, Screenshot, GetVideoFrame and ConvertImage: in-process work.
+// Nothing here starts a thread that calls back into the object. Hosts that want
+// answers without blocking ask ProbeService, which answers on their thread.
 #pragma once
 
 #include <chrono>
@@ -7,12 +23,14 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "engine/CoreCapabilities.h"
 #include "engine/EngineMessages.h"
+#include "engine/MediaInspection.h"
 #include "base/FileHelpers.h"
 #include "subtitles/SubtitleWriters.h"
 #include "base/TextHelpers.h"
@@ -403,7 +421,8 @@ class FFmpegX {
   // Supervision of one run (FFmpegXSupervision.cpp).
   void RunCommand(const std::string& commandLine, const std::string& workingFolder = {});
   static LaunchPlan PlanWith(const std::string& commandLine, const std::string& workingFolder);
-  std::string CaptureOutput(std::string_view arguments);
+  // What the core prints for these arguments.
+  std::string CaptureOutput(std::string_view arguments) const;
   void ReadLoop();
   void GiveVerdict();
   void RepairSplitOutput();
@@ -417,7 +436,7 @@ class FFmpegX {
   void TimerTick();
 
   // The job (FFmpegX.cpp).
-  void ReadCoreLists();
+  void ReadCoreLists(const std::string& banner);
   void RunPass(int pass);
   void ReadStreamLine(const std::string& line);
   std::string ComposeFFmpeg(int pass, int rotate, const std::string& extraAudioFile, std::string scaleText);
@@ -430,6 +449,9 @@ class FFmpegX {
   void RaiseProgress(bool finished);
 
   std::string ProbeSource(const std::string& source);
+  // ReadProbeText with the libraries' figures already at hand.
+  std::string ReadProbeFacts(const std::string& path, const std::string& toolText,
+                             const std::optional<MediaFigures>& figures);
   // Pictures made by the engine itself (FFmpegXFrames.cpp).
   void ConvertImageJob();
   void GrabFrameJob();
@@ -477,10 +499,6 @@ class FFmpegX {
   std::string sourceInUse_;      // the first source, or the generated script
   std::string toolInput_;        // what the tool reads after "-i"
   std::string commandToRun_;     // the composed command, in the core's own dialect
-  struct {
-    std::string path, core, text;
-    FileStamp stamp;
-  } probeCache_;                 // the core's text of the last probe
   int targetWidth_ = 0, targetHeight_ = 0;
   bool cancelRequested_ = false;
   int speedFps_ = 0;

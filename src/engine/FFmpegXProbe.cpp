@@ -5,6 +5,7 @@
 #include "engine/FFmpegX.h"
 #include "engine/CommandLine.h"
 #include "engine/MediaInspection.h"
+#include "engine/ProbeService.h"
 
 namespace zel {
 
@@ -74,19 +75,19 @@ std::string FFmpegX::CheckSubtitle(std::string_view mediaPath) {
 
 std::string FFmpegX::ProbeSource(const std::string& path) {
   if (!FileExists(path)) return {};
-  // The probe at the head of a job reads the file that setting the source has just
-  // read; an unchanged file gives the same text, so the core is not run twice.
-  const auto stamp = StampOf(path);
-  if (!(probeCache_.path == path && probeCache_.core == core_ && stamp && probeCache_.stamp == *stamp)) {
-    probeCache_.text = FileExists(core_) ? CaptureOutput("-i " + QuoteArgument(path)) : std::string();
-    probeCache_.path = path;
-    probeCache_.core = core_;
-    probeCache_.stamp = stamp.value_or(FileStamp{});
-  }
-  return ReadProbeText(path, probeCache_.text);
+  // The service keeps what it read while the file and the core stay as they
+  // were: the probe at the head of a job, and one asked for ahead by the task
+  // loop or a window, cost nothing here.
+  const ProbeFacts facts = ProbeService::Instance().Probe(path, FileExists(core_) ? core_ : std::string());
+  return ReadProbeFacts(path, facts.toolText, facts.figures);
 }
 
 std::string FFmpegX::ReadProbeText(const std::string& path, const std::string& toolText) {
+  return ReadProbeFacts(path, toolText, InspectMedia(path));
+}
+
+std::string FFmpegX::ReadProbeFacts(const std::string& path, const std::string& toolText,
+                                    const std::optional<MediaFigures>& figures) {
   duration_ = 0;
   sourceVideoCodec_.clear();
   sourceAudioCodec_.clear();
@@ -141,7 +142,7 @@ std::string FFmpegX::ReadProbeText(const std::string& path, const std::string& t
 
   // The libraries fill only what the tool left open, but their frame rate wins
   // over the tool's "tbr".
-  if (const auto figures = InspectMedia(path)) {
+  if (figures) {
     if (duration_ == 0) duration_ = static_cast<float>(figures->duration);
     if (videoWidth_ == 0 || videoHeight_ == 0) {
       videoWidth_ = figures->width;
