@@ -6,8 +6,10 @@
 #include <array>
 #include <cmath>
 #include <filesystem>
+#include <future>
 
 #include "engine/ChildProcess.h"
+#include "engine/CoreListCache.h"
 #include "engine/CommandLine.h"
 #include "engine/PriorityClass.h"
 #include "engine/ProgressText.h"
@@ -77,15 +79,22 @@ void FFmpegX::SetCore(const std::string& path) {
   coreName_ = id.name;
   coreVersion_ = id.version;
   coreDialect_ = id.dialect;
-  if (coreStatus_ == kCoreFFmpeg) ReadCoreLists();
+  if (coreStatus_ == kCoreFFmpeg) ReadCoreLists(banner);
   // A recognised core leaves the cancel flag raised; every job clears it first.
   if (coreStatus_ != kCoreNone) cancelRequested_ = true;
 }
 
-void FFmpegX::ReadCoreLists() {
+void FFmpegX::ReadCoreLists(const std::string& banner) {
   if (processing_) return;
-  const std::string text = CaptureOutput("-formats") + CaptureOutput("-codecs");
-  const CoreLists lists = ParseFFmpegCapabilities(text, coreDialect_);
+  std::optional<CoreLists> kept = KeptCoreLists(core_, banner);
+  if (!kept) {
+    // The two runs are independent: side by side they take the time of one.
+    auto codecs = std::async(std::launch::async, [this] { return CaptureOutput("-codecs"); });
+    const std::string formats = CaptureOutput("-formats");
+    kept = ParseFFmpegCapabilities(formats + codecs.get(), coreDialect_);
+    KeepCoreLists(core_, banner, *kept);
+  }
+  const CoreLists& lists = *kept;
   coreFormats_ = lists.formats;
   coreVideoCodec_ = lists.video;
   coreAudioCodec_ = lists.audio;

@@ -9,13 +9,13 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <thread>
 
 #include "engine/ChildProcess.h"
 #include "engine/CommandLine.h"
 #include "engine/FFmpegX.h"
 #include "engine/PriorityClass.h"
 #include "engine/ProgressText.h"
+#include "engine/ToolCapture.h"
 
 namespace zel {
 
@@ -27,8 +27,6 @@ constexpr size_t kBlockSize = 256;
 constexpr int kPollMs = 40;
 // What a tool gets to end on its own after a cancel before it is killed.
 constexpr int kTerminateGraceMs = 100;
-// A tool that never ends must not hang the identification of a core.
-constexpr auto kCaptureLimit = std::chrono::seconds(30);
 
 // Rows 1 to 7 of the tool's text: errors, each with the line it reports.
 struct ErrorRow {
@@ -136,7 +134,8 @@ void FFmpegX::RunCommand(const std::string& commandLine, const std::string& work
   child_.reset();
 
   DeleteScratchFiles();
-  std::this_thread::sleep_for(std::chrono::milliseconds(50));  // let the tool's files settle
+  // The tool has been reaped, and what it wrote is on the file system as the
+  // verdict looks: no wait for it to settle.
   endTime_ = ClockNow();
   GiveVerdict();
 
@@ -262,25 +261,7 @@ LaunchPlan FFmpegX::PlanWith(const std::string& commandLine, const std::string& 
 }
 
 // Runs at every probe, so a running job does not bar it.
-std::string FFmpegX::CaptureOutput(std::string_view arguments) {
-  std::string command = QuoteArgument(core_);
-  if (!arguments.empty()) command.append(" ").append(arguments);
-  ChildProcess child;
-  if (child.Start(PlanLaunch(command), NiceForClass(kPriorityIdle)) != ChildProcess::StartResult::Started) return {};
-  std::string output, block;
-  const auto deadline = std::chrono::steady_clock::now() + kCaptureLimit;
-  for (;;) {
-    const auto result = child.Read(block, kBlockSize, kPollMs);
-    if (result == ChildProcess::ReadResult::End) break;
-    if (result == ChildProcess::ReadResult::Data) output += block;
-    if (std::chrono::steady_clock::now() > deadline) {
-      child.Terminate(0);
-      break;
-    }
-  }
-  child.Wait();
-  return output;
-}
+std::string FFmpegX::CaptureOutput(std::string_view arguments) const { return CaptureToolOutput(core_, arguments); }
 
 // ---- Reading the tool's text ----
 

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "support/TestSupport.h"
 
 namespace zel {
@@ -119,6 +121,34 @@ TEST_F(FFmpegXTest, SettingTheCoreIdentifiesTheRealFFmpeg) {
   engine.SetCore(test::WriteScript(dir / "other", "echo 'usage: other'"));
   EXPECT_EQ(engine.CoreStatus(), 0);
   EXPECT_EQ(engine.CoreName() + engine.CoreVideoCodec(), "");
+}
+
+TEST_F(FFmpegXTest, AToolsListsAreKeptWhileTheToolAndItsBannerStay) {
+  ::setenv("XDG_CACHE_HOME", (dir / "cache").c_str(), 1);
+  WriteText("5.1", dir / "version", false);
+  const std::string tool = test::WriteScript(
+      dir / "ffmpeg", "echo \"${1:-banner}\" >> '" + dir / "runs" + "'\n"
+                      "case \"$1\" in\n"
+                      "  -formats) printf 'File formats:\\n D. = Demuxing\\n --\\n DE avi  AVI\\n  E mp4  MP4\\n' ;;\n"
+                      "  -codecs) printf 'Codecs:\\n D..... = Decoding\\n -------\\n DEV.L. mpeg4  MPEG-4\\n' ;;\n"
+                      "  *) echo \"ffmpeg version $(cat '" + dir / "version" + "') Copyright\" ;;\n"
+                      "esac");
+  auto identified = [&] {
+    FFmpegX fresh;
+    fresh.SetCore(tool);
+    return fresh.CoreFormats() + " " + fresh.CoreVideoCodec() + " " + fresh.CoreInputFormats();
+  };
+  const std::string lists = identified();
+  EXPECT_EQ(lists, "AVI|MP4 |COPY|MPEG4 AVI");
+  EXPECT_EQ(identified(), lists);
+  std::vector<std::string> runs = test::ReadLines(ReadText(dir / "runs"));
+  std::sort(runs.begin() + 1, runs.begin() + 3);  // the two list runs go side by side
+  EXPECT_EQ(runs, (std::vector<std::string>{"banner", "-codecs", "-formats", "banner"}));
+
+  WriteText("5.2", dir / "version", false);  // another build of the tool
+  EXPECT_EQ(identified(), lists);
+  EXPECT_EQ(test::ReadLines(ReadText(dir / "runs")).size(), 7u);
+  ::unsetenv("XDG_CACHE_HOME");
 }
 
 TEST_F(FFmpegXTest, ToolLogOfASystemToolGoesToTheStateFolder) {
