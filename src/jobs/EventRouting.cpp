@@ -96,6 +96,11 @@ void TaskLoop::OnProgress(int value, int max, int fps, const std::string& remain
   host_.SetStatusText(text);
   host_.SetTitle(text);
   host_.SetProgress(value, max);
+  // The row shows its own task's progress; the list tells its view.
+  if (currentTask_ >= 0 && max > 0) {
+    tasks_.SetValueMax(currentTask_, max);
+    tasks_.SetValue(currentTask_, value);
+  }
   if (engine_.Log) {
     Log("% | FFmpegX1_ProgressChange | Value:" + std::to_string(value) + " / Max:" + std::to_string(max) +
         " / FPSSpeed:" + std::to_string(fps) + " / RemainderInfo:" + remainder +

@@ -7,6 +7,7 @@
 
 #include "engine/CommandLine.h"
 #include "engine/FFmpegX.h"
+#include "engine/ProbeService.h"
 #include "engine/ProgressText.h"
 #include "jobs/DiagnosticsLog.h"
 #include "jobs/FormatCatalogue.h"
@@ -55,6 +56,13 @@ int64_t FreeSpace(const std::string& folder) {
 
 bool IsMEncoderJob(std::string_view source, std::string_view formatName, const std::string& mencoderPath) {
   return (EndsWith(source, ":") || Contains(LowerAscii(formatName), "/me")) && FileExists(mencoderPath);
+}
+
+void ProbeAhead(const std::string& source, std::string_view formatName, const ToolSet& tools) {
+  const SourceKind kind = SourceKindOf(source);
+  if ((kind != SourceKind::Video && kind != SourceKind::Audio) || !FileExists(source)) return;
+  const std::string& core = IsMEncoderJob(source, formatName, tools.mencoder) ? tools.mencoder : tools.ffmpeg;
+  ProbeService::Instance().Prefetch(source, FileExists(core) ? core : std::string());
 }
 
 TaskLoop::TaskLoop(FFmpegX& engine, ListboxModel& tasks, RunHost& host, SettingReader read)
@@ -113,8 +121,12 @@ void TaskLoop::RunTasks(std::string_view forcedFormat) {
     for (int i = 0; i < tasks_.ListCount(); ++i) joined += (i > 0 ? "|" : "") + tasks_.PathFromIndex(i);
     if (!joined.empty()) RunTask(0, joined);
   } else {
+    const bool ahead = !karaokeProduct && formatName_ != StrCopyTo && formatName_ != StrMoveTo;
+    if (ahead && tasks_.ListCount() > 0) ProbeAhead(tasks_.PathFromIndex(0), formatName_, tools);
     for (int i = 0; i < tasks_.ListCount() && !stopRequested_; ++i) {
       const int started = jobsStarted_;
+      // The next task's probe runs on a worker while this task converts.
+      if (ahead && i + 1 < tasks_.ListCount()) ProbeAhead(tasks_.PathFromIndex(i + 1), formatName_, tools);
       RunTask(i, tasks_.PathFromIndex(i));
       if (jobsStarted_ == started && !stopRequested_) passedOver_.push_back(tasks_.PathFromIndex(i));
       // The join takes every task at once; a picture before the first video

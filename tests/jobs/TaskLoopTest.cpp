@@ -1,5 +1,6 @@
 // The task loop inside a host: cancel, file transfer, the tool's log view, the
 // end-of-run actions.
+#include <algorithm>
 #include <map>
 
 #include "engine/FFmpegX.h"
@@ -65,6 +66,7 @@ class TaskLoopTest : public ::testing::Test {
   int Count(const std::string& line) const { return static_cast<int>(std::count(host.infos.begin(), host.infos.end(), line)); }
 
   TempDir dir;
+  ToolSet tools;
   FFmpegX engine;
   ListboxModel tasks;
   RecordingRunHost host;
@@ -88,6 +90,45 @@ TEST_F(TaskLoopTest, CancelInTheFirstPartStartsNothingElse) {
   EXPECT_FALSE(loop.Running());
   // The partial part is gone with the cancel.
   EXPECT_EQ(test::Run({"/bin/ls", "-A", dir / "out"}).output, "");
+}
+
+// While one task converts, the next one's probe is already under way; and the
+// rows tell their listener of each comment and progress they are given.
+TEST_F(TaskLoopTest, TheNextTaskIsProbedWhileThisOneConvertsAndRowsReportTheirChanges) {
+  for (const char* name : {"a", "b", "c"}) {
+    MakeClip(dir / (std::string(name) + ".mp4"), 1);
+    tasks.AddItem(name, name, "", "|||", dir / (std::string(name) + ".mp4"));
+  }
+  // The real tool behind a log of when each probe and each conversion ran; a
+  // conversion first tells of its progress and lingers, so that the progress is
+  // read and a probe asked ahead cannot miss it.
+  const std::string log = dir / "log";
+  tools.ffmpeg = WriteScript(dir / "ffmpeg",
+                             "input=; prev=\nfor a in \"$@\"; do [ \"$prev\" = -i ] && input=$(basename \"$a\"); prev=$a; done\n"
+                             "if [ \"$1\" = -i ]; then echo \"probe $input\" >> '" + log + "'\n"
+                             "elif [ -n \"$input\" ]; then echo 'frame=   12 fps=0.0 q=5.0 size=      10kB time=00:00:01.00 bitrate=1.0kbits/s'\n"
+                             "  sleep 0.5; '" + ToolPath("ffmpeg") + "' \"$@\"; rc=$?\n"
+                             "  echo \"converted $input\" >> '" + log + "'; exit $rc; fi\n"
+                             "exec '" + ToolPath("ffmpeg") + "' \"$@\"");
+  std::vector<std::string> changes;
+  tasks.ItemChanged = [&](int index) { changes.push_back(std::to_string(index)); };
+  values["OutputMode"] = "AVI";
+  TaskLoop loop(engine, tasks, host, Reader());
+  loop.tools = tools;
+  loop.RunTasks();
+  ASSERT_EQ(loop.OutputList().size(), 3u);
+
+  const std::vector<std::string> lines = ReadLines(ReadText(log));
+  auto at = [&lines](const std::string& line) { return std::find(lines.begin(), lines.end(), line) - lines.begin(); };
+  EXPECT_LT(at("probe b.mp4"), at("converted a.mp4")) << ReadText(log);
+  EXPECT_LT(at("probe c.mp4"), at("converted b.mp4")) << ReadText(log);
+  EXPECT_EQ(std::count_if(lines.begin(), lines.end(), [](const std::string& l) { return StartsWith(l, "probe"); }), 3);
+  // Each row heard of its progress and its times, in the order the tasks ran.
+  EXPECT_TRUE(std::is_sorted(changes.begin(), changes.end())) << changes.size();
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_GT(tasks.ValueMax(i), 0);
+    EXPECT_TRUE(Contains(tasks.ListComment(i), " - ")) << tasks.ListComment(i);
+  }
 }
 
 TEST_F(TaskLoopTest, MovesCheckTheCopyBeforeRemovingTheSource) {
