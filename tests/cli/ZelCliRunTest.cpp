@@ -187,6 +187,20 @@ TEST_F(ZelCliRun, ListFilesSaveAndLoadWithTheirQuirks) {
   EXPECT_TRUE(Contains(text, "[Task4]\r\n")) << text;
   EXPECT_FALSE(Contains(text, "[Task5]"));
   EXPECT_EQ(RunCli({"list", "show", dir / "none.ini"}).exitCode, 1);
+
+  // A list is replaced only when the question is answered Yes; without a
+  // terminal its default, No, stands.
+  const std::string saved = ReadText(dir / "l.ini");
+  std::string name;
+  for (int i = 0; i < 80; ++i) name += "视";
+  const std::string longPath = dir / (name + ".mp4");
+  EXPECT_EQ(RunCli({"list", "save", dir / "l.ini", longPath}).exitCode, 1);
+  EXPECT_EQ(ReadText(dir / "l.ini"), saved);
+  Out({"list", "save", dir / "l.ini", longPath, "--yes"});
+  // Values are cut at 254 characters, which this path of more bytes is not.
+  const std::vector<std::string> replaced = ReadLines(Out({"list", "show", dir / "l.ini"}));
+  ASSERT_EQ(replaced.size(), 2u);
+  EXPECT_TRUE(StartsWith(replaced[0], "1\t" + longPath + "\t")) << replaced[0];
 }
 
 
