@@ -441,7 +441,6 @@ void TaskLoop::RunImagePair(const std::string& source) {
 void TaskLoop::RunTransfer(int index, const std::string& source) {
   const bool move = formatName_ == StrMoveTo;
   host_.SetStartButton(StrButtonCancel, "filecopy");
-  const std::string startTime = ClockNow();
   info_.Add(StrStartingTask);
   ++jobsStarted_;
 
@@ -470,9 +469,9 @@ void TaskLoop::RunTransfer(int index, const std::string& source) {
     if (move) zel::DeleteFile(source);
   } else {
     result = std::string(StrTransferFailed);
-    info_.Add(StrInfoProblem, StrTransferFailed);
+    info_.Add(StrTransferFailed);
   }
-  tasks_.SetListComment(index, tasks_.ListComment(index) + " - " + startTime + " " + result);
+  tasks_.SetListComment(index, tasks_.ListComment(index) + " - " + result);
 }
 
 void TaskLoop::FinishRun() {

@@ -107,8 +107,10 @@ TEST_F(TaskLoopTest, MovesCheckTheCopyBeforeRemovingTheSource) {
   EXPECT_FALSE(FileExists(dir / "keeps.dat"));
   EXPECT_EQ(ReadText(dir / "out/keeps.dat"), bytes);
   EXPECT_EQ(loop.OutputList(), std::vector<std::string>{dir / "out/keeps.dat"});
-  EXPECT_EQ(Count("问题 | 失败的复制或移动文件操作"), 1);
-  EXPECT_TRUE(Contains(tasks.ListComment(0), " - ")) << tasks.ListComment(0);
+  EXPECT_EQ(Count("失败的复制或移动文件操作"), 1);
+  EXPECT_EQ(Count("完成 | " + dir / "out/keeps.dat"), 1);
+  EXPECT_EQ(tasks.ListComment(0), " - 失败的复制或移动文件操作");
+  EXPECT_EQ(tasks.ListComment(1), " - 完成 | " + dir / "out/keeps.dat");
 }
 
 TEST_F(TaskLoopTest, ToolTextFeedsTheBufferAndTheFilteredLogView) {
