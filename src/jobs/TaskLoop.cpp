@@ -167,12 +167,11 @@ void TaskLoop::RunTask(int index, const std::string& source) {
     default:
       break;
   }
+  ConfigureFor(source, std::string(StrLogTaskLoop) + std::to_string(index + 1) + std::string(StrLogTaskSettings));
   if (formatName_ == StrDirectJoin) {
     RunDirectJoin();
     return;
   }
-
-  ConfigureFor(source, std::string(StrLogTaskLoop) + std::to_string(index + 1) + std::string(StrLogTaskSettings));
   const Cut cut = ReadCut(record);
   if (formatName_ == StrDirectCut) {
     RunDirectCut(index, source, cut);
@@ -360,7 +359,6 @@ void TaskLoop::RunDirectJoin() {
     if (kind == SourceKind::Video || kind == SourceKind::Audio || kind == SourceKind::Disc) inputs.push_back(path);
   }
   if (inputs.empty()) return;
-  ConfigureFor(inputs.front(), {});
   engine_.FileNameAddStringAfter = read_("FileNameAddStringAfter");
   engine_.TimeStartPoint = engine_.TimeEndPoint = 0;
   JoinWith(DirectJoinJob(inputs, tools), inputs, StrLogDirectJoin);
@@ -390,6 +388,8 @@ bool TaskLoop::JoinWith(const DirectJob& job, const std::vector<std::string>& in
   engine_.Twopass = false;
   const size_t before = outputs_.size();
   if (job.kind == DirectJobKind::ToolMissing) {
+    // The join was this task's job, and it failed.
+    ++jobsStarted_;
     info_.Add(StrInfoProblem, std::string(StrToolMissing) + job.tool);
     return false;
   }

@@ -113,6 +113,30 @@ TEST_F(TaskLoopTest, MovesCheckTheCopyBeforeRemovingTheSource) {
   EXPECT_EQ(tasks.ListComment(1), " - 完成 | " + dir / "out/keeps.dat");
 }
 
+// The direct join takes the whole list at the first video, after the task's
+// settings line; without its tool it fails once and the run ends.
+TEST_F(TaskLoopTest, DirectJoinWithoutItsToolRunsOnce) {
+  Shared().ProgramPath = dir / "zel";
+  ASSERT_TRUE(WriteFileAtomic(dir / "zel.Diagnostics.log", ""));
+  for (const char* name : {"cover.png", "b.mp4", "g.mp4", "a.avi"}) {
+    ASSERT_TRUE(WriteFileAtomic(dir / name, "x"));
+    tasks.AddItem(name, name, "", "|||", dir / name);
+  }
+  values["OutputMode"] = "直接合并";
+  TaskLoop loop(engine, tasks, host, Reader());
+  loop.tools.mp4box = dir / "no-mp4box";
+  loop.RunTasks();
+  EXPECT_EQ(host.infos, std::vector<std::string>{"问题 | 找不到所需的工具: " + dir / "no-mp4box"});
+  EXPECT_EQ(loop.JobsStarted(), 1);
+  EXPECT_EQ(loop.JobsSucceeded(), 0);
+  EXPECT_EQ(loop.PassedOver(), std::vector<std::string>{dir / "cover.png"});
+  std::vector<std::string> steps;
+  for (const std::string& line : ReadLines(ReadText(dir / "zel.Diagnostics.log"))) {
+    if (StartsWith(line.substr(line.find(' ') + 1), "进入任务循环")) steps.push_back(line.substr(line.find(' ') + 1));
+  }
+  EXPECT_EQ(steps, std::vector<std::string>{"进入任务循环: 2 设置"});
+}
+
 TEST_F(TaskLoopTest, ToolTextFeedsTheBufferAndTheFilteredLogView) {
   TaskLoop loop(engine, tasks, host, Reader());
   loop.TakeToolText("frame= 123 fps=4\r\n  Stream #0:0: Video\r\nError while decoding\r\nErrors: 0\r\n\r\n");
