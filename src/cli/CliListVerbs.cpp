@@ -4,8 +4,10 @@
 
 #include <cstdio>
 
+#include "cli/CliHost.h"
 #include "cli/CliVerbs.h"
 #include "jobs/ListboxModel.h"
+#include "jobs/Strings.h"
 #include "jobs/Tasks.h"
 #include "base/FileHelpers.h"
 #include "base/TextHelpers.h"
@@ -17,14 +19,14 @@ namespace {
 
 int Usage() {
   std::fprintf(stderr,
-               "usage: zel-cli list save FILE.ini [[--cut START END PARTS] MEDIA]...\n"
+               "usage: zel-cli list save FILE.ini [[--cut START END PARTS] MEDIA]... [--yes]\n"
                "       zel-cli list load FILE.ini    every item as the program reads it back\n"
                "       zel-cli list show FILE.ini    one line a task: path, cut record, comment\n");
   return 2;
 }
 
 // "--cut START END PARTS" sets the points of the files after it.
-int Save(const Args& args) {
+int Save(const Args& args, CliHost& host) {
   ListboxModel tasks;
   std::vector<std::string> cut;
   for (size_t i = 1; i < args.size(); ++i) {
@@ -40,8 +42,13 @@ int Save(const Args& args) {
     }
   }
   if (tasks.ListCount() == 0) return Usage();
-  if (!tasks.SaveListToFile(args[0])) {
-    std::fprintf(stderr, "zel-cli: cannot write %s\n", args[0].c_str());
+  const std::string& file = args[0];
+  if (FileExists(file) && !host.Ask(StrOverwriteListQuestion, false)) {
+    std::fprintf(stderr, "zel-cli: %s is kept as it was\n", file.c_str());
+    return 1;
+  }
+  if (!tasks.SaveListToFile(file)) {
+    std::fprintf(stderr, "zel-cli: cannot write %s\n", file.c_str());
     return 1;
   }
   return 0;
@@ -49,11 +56,13 @@ int Save(const Args& args) {
 
 }  // namespace
 
-int List(const Args& args) {
+int List(const Args& arguments) {
+  Args args = arguments;
+  CliHost host(TakeYes(args));
   if (args.size() < 2) return Usage();
   const std::string& action = args[0];
   const Args rest(args.begin() + 1, args.end());
-  if (action == "save") return Save(rest);
+  if (action == "save") return Save(rest, host);
   if (rest.size() != 1 || (action != "load" && action != "show")) return Usage();
   if (!FileExists(rest[0])) {
     std::fprintf(stderr, "zel-cli: no such list: %s\n", rest[0].c_str());

@@ -219,8 +219,10 @@ bool AppendFile(int target, const std::string& input, std::vector<char>& block,
 }
 
 // Gives the finished temporary file its name, unless something took that name
-// meanwhile. File systems without the no-replace rename get a check just before.
-bool MoveIntoPlace(const std::string& temp, const std::string& output) {
+// meanwhile and may not be replaced. File systems without the no-replace rename
+// get a check just before.
+bool MoveIntoPlace(const std::string& temp, const std::string& output, ExistingOutput existing) {
+  if (existing == ExistingOutput::Replace) return ::rename(temp.c_str(), output.c_str()) == 0;
   if (::renameat2(AT_FDCWD, temp.c_str(), AT_FDCWD, output.c_str(), RENAME_NOREPLACE) == 0) return true;
   if (errno != EINVAL && errno != ENOSYS) return false;
   struct stat info {};
@@ -263,9 +265,10 @@ DirectJob OutputJoinJob(const std::vector<std::string>& outputs, const ToolSet& 
 }
 
 bool ConcatenateFiles(const std::vector<std::string>& inputs, const std::string& output,
-                      const std::function<bool()>& keepGoing) {
+                      const std::function<bool()>& keepGoing, ExistingOutput existing) {
   struct stat info {};
-  if (inputs.empty() || output.empty() || ::lstat(output.c_str(), &info) == 0) return false;
+  if (inputs.empty() || output.empty()) return false;
+  if (existing == ExistingOutput::Keep && ::lstat(output.c_str(), &info) == 0) return false;
 
   const std::string folder = FolderOf(output);
   const std::string temp = CreateTempFile(".zeljoin", folder.empty() ? "." : folder);
@@ -290,7 +293,7 @@ bool ConcatenateFiles(const std::vector<std::string>& inputs, const std::string&
   }
   ok = ok && ::fsync(target) == 0;
   ok = ::close(target) == 0 && ok;
-  if (!ok || !MoveIntoPlace(temp, output)) {
+  if (!ok || !MoveIntoPlace(temp, output, existing)) {
     ::unlink(temp.c_str());
     return false;
   }

@@ -46,12 +46,18 @@ DirectJob DirectJoinJob(const std::vector<std::string>& paths, const ToolSet& to
 // The join of a run's outputs, with the narrower extension lists of that join.
 DirectJob OutputJoinJob(const std::vector<std::string>& outputs, const ToolSet& tools);
 
-// Appends the inputs into a new file `output` in blocks of 1 MiB, asking
+// What becomes of a file already at the output's place.
+enum class ExistingOutput {
+  Keep,     // it stays, and the join fails
+  Replace,  // the finished join takes its place in one step
+};
+
+// Appends the inputs into the file `output` in blocks of 1 MiB, asking
 // `keepGoing` between blocks (false cancels). The bytes go to a temporary file
-// beside the output that takes the output's name only when complete; an
-// existing output is never replaced. On failure or cancel nothing is left
-// behind and the result is false.
+// beside the output that takes the output's name only when complete. On
+// failure or cancel nothing is left behind, an existing output is as it was,
+// and the result is false.
 bool ConcatenateFiles(const std::vector<std::string>& inputs, const std::string& output,
-                      const std::function<bool()>& keepGoing);
+                      const std::function<bool()>& keepGoing, ExistingOutput existing = ExistingOutput::Keep);
 
 }  // namespace zel

@@ -3,11 +3,21 @@
 // and every other line of the file kept as it was.
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
 
 namespace zel {
+
+// The profile calls read through buffers counted in characters: a value is
+// cut at this many, one place being the final NUL's.
+inline constexpr size_t kProfileValueChars = 254;
+
+// The characters (code points of the UTF-8 text) of `text`, and its first
+// `count` of them; a character is never split.
+size_t CharacterCount(std::string_view text);
+std::string_view FirstCharacters(std::string_view text, size_t count);
 
 // The value of `key` in `section`, or nothing when the file, the section or the
 // key is missing. The value is cut at the first NUL.

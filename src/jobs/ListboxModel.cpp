@@ -6,6 +6,7 @@
 #include <utility>
 #include <variant>
 
+#include "jobs/IniFile.h"
 #include "base/FileHelpers.h"
 #include "base/TextHelpers.h"
 
@@ -61,10 +62,9 @@ const std::array<Field, 34> kFields{{
     {"Tag3Color", &ListItem::Tag3Color, &ListItem::Tag2Color},
 }};
 
-// The limits of the profile calls list files were always read with: section
-// names share one buffer, each value has its own, both counting the final NUL.
+// The limit of the profile call that lists were always read with: section
+// names share one buffer of characters, counting each name's NUL.
 constexpr size_t kNamesBuffer = 255;
-constexpr size_t kValueBuffer = 255;
 
 template <class F, class... A>
 void Raise(const F& event, A&&... args) {
@@ -163,9 +163,9 @@ std::string SectionNames(const std::vector<IniSection>& sections, size_t size) {
   size_t room = size - 1;
   for (const IniSection& section : sections) {
     if (section.name.empty()) continue;
-    const size_t length = section.name.size() + 1;
+    const size_t length = CharacterCount(section.name) + 1;
     if (length >= room) {
-      names.append(section.name, 0, room - 1);
+      names.append(FirstCharacters(section.name, room - 1));
       return names;
     }
     names.append(section.name).push_back('\0');
@@ -197,12 +197,7 @@ std::string ProfileString(const IniSection* section, std::string_view key) {
   if (value.size() >= 2 && (value.front() == '"' || value.front() == '\'') && value.back() == value.front()) {
     value = value.substr(1, value.size() - 2);
   }
-  if (value.size() > kValueBuffer - 1) {
-    size_t cut = kValueBuffer - 1;
-    for (int back = 0; back < 3 && cut > 0 && (static_cast<unsigned char>(value[cut]) & 0xC0) == 0x80; ++back) --cut;
-    value = value.substr(0, cut);
-  }
-  return std::string(value);
+  return std::string(FirstCharacters(value, kProfileValueChars));
 }
 
 }  // namespace

@@ -16,7 +16,6 @@ namespace zel {
 namespace {
 
 constexpr std::string_view kTextType = "";  // "Name"="text"
-constexpr size_t kIniBuffer = 255;
 
 struct StoredValue {
   std::string name;
@@ -238,14 +237,6 @@ Store& TheStore() {
   return store;
 }
 
-// Cuts a UTF-8 text to at most `limit` bytes without splitting a character.
-std::string_view CutUtf8(std::string_view text, size_t limit) {
-  if (text.size() <= limit) return text;
-  size_t end = limit;
-  while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) --end;
-  return text.substr(0, end);
-}
-
 }  // namespace
 
 bool RegistryWrite(RegistryHive hive, std::string_view path, std::string_view key, std::string_view value,
@@ -264,7 +255,7 @@ std::string RegistryRead(RegistryHive hive, std::string_view path, std::string_v
   if (!iniFile.empty()) {
     const auto value = IniRead(iniFile, path, key);
     if (!value || value->empty()) return std::string(defaultValue);
-    return std::string(CutUtf8(*value, kIniBuffer - 1));
+    return std::string(FirstCharacters(*value, kProfileValueChars));
   }
   const auto value = TheStore().Find(FullPath(hive, path), key);
   if (!value || value->type != kTextType) return std::string(defaultValue);

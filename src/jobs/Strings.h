@@ -152,6 +152,7 @@ inline constexpr Text StrCannotLoad = "无法载入。";
 inline constexpr Text StrLoaded = "已载入。";
 inline constexpr Text StrLoadProfileQuestion = "是否载入用户设置？";
 inline constexpr Text StrOverwriteProfileQuestion = "是否覆盖保存到已存在的文件？";
+inline constexpr Text StrOverwriteListQuestion = "是否覆盖已经存在的文件？";
 inline constexpr Text StrApplyProfileQuestion = "是否立刻应用选定的方案：";
 inline constexpr Text StrProfileVideoUnsupported = "当前编码引擎不支持该方案的视频编码格式，请手工修改视频编码格式。";
 inline constexpr Text StrProfileAudioUnsupported = "当前编码引擎不支持该方案的音频编码格式，请手工修改音频编码格式。";

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <random>
+#include <utility>
 
 #include "engine/CommandLine.h"
 #include "engine/FFmpegX.h"
@@ -45,6 +46,13 @@ double PointSeconds(std::string_view text) {
 }
 
 std::string Extension(std::string_view path) { return LowerAscii(ExtensionOf(path)); }
+
+// One file under two names, or one name.
+bool SameFile(const std::string& a, const std::string& b) {
+  if (a == b) return true;
+  const auto first = StampOf(a), second = StampOf(b);
+  return first && second && first->device == second->device && first->inode == second->inode;
+}
 
 int64_t FreeSpace(const std::string& folder) {
   struct statvfs info {};
@@ -179,12 +187,11 @@ void TaskLoop::RunTask(int index, const std::string& source) {
     default:
       break;
   }
+  ConfigureFor(source, std::string(StrLogTaskLoop) + std::to_string(index + 1) + std::string(StrLogTaskSettings));
   if (formatName_ == StrDirectJoin) {
     RunDirectJoin();
     return;
   }
-
-  ConfigureFor(source, std::string(StrLogTaskLoop) + std::to_string(index + 1) + std::string(StrLogTaskSettings));
   const Cut cut = ReadCut(record);
   if (formatName_ == StrDirectCut) {
     RunDirectCut(index, source, cut);
@@ -372,10 +379,13 @@ void TaskLoop::RunDirectJoin() {
     if (kind == SourceKind::Video || kind == SourceKind::Audio || kind == SourceKind::Disc) inputs.push_back(path);
   }
   if (inputs.empty()) return;
-  ConfigureFor(inputs.front(), {});
   engine_.FileNameAddStringAfter = read_("FileNameAddStringAfter");
   engine_.TimeStartPoint = engine_.TimeEndPoint = 0;
-  JoinWith(DirectJoinJob(inputs, tools), inputs, StrLogDirectJoin);
+  // The joined file is named as the engine names a cut of the first file.
+  std::string extension = ExtensionOf(inputs.front());
+  if (engine_.UcaseNameSuffix) extension = UpperAscii(extension);
+  if (!engine_.FileNameSuffix.empty()) extension = engine_.FileNameSuffix;
+  JoinWith(DirectJoinJob(inputs, tools), inputs, extension, StrLogDirectJoin);
 }
 
 void TaskLoop::JoinOutputs() {
@@ -385,7 +395,7 @@ void TaskLoop::JoinOutputs() {
   engine_.SetFilename(inputs.front());
   engine_.FileNameAddStringAfter = std::string(StrJoinedSuffix);
   engine_.TimeStartPoint = engine_.TimeEndPoint = 0;
-  const bool joined = JoinWith(OutputJoinJob(inputs, tools), inputs, StrLogJoinOutputs);
+  const bool joined = JoinWith(OutputJoinJob(inputs, tools), inputs, ExtensionOf(inputs.front()), StrLogJoinOutputs);
   if (!joined) return;
   const std::string result = outputs_.back();
   if (read_("JoinAllTaskAndClean") == StrYes) {
@@ -394,31 +404,44 @@ void TaskLoop::JoinOutputs() {
   outputs_ = {result};
 }
 
-bool TaskLoop::JoinWith(const DirectJob& job, const std::vector<std::string>& inputs, std::string_view logLine) {
+std::string TaskLoop::JoinTarget(const std::vector<std::string>& inputs, std::string_view extension) const {
+  const std::string& first = inputs.front();
+  const std::string wanted = OutputFolderFor(first) + read_("FileNameAddStringBefore") + BaseNameOf(first) +
+                             engine_.FileNameAddStringAfter + "." + std::string(extension);
+  // Overwriting may replace an old join, never a file being joined.
+  const bool isInput =
+      std::any_of(inputs.begin(), inputs.end(), [&wanted](const std::string& input) { return SameFile(wanted, input); });
+  return RenameExists(wanted, read_("FileExistsOverwrite") == StrYes && !isInput);
+}
+
+bool TaskLoop::JoinWith(const DirectJob& job, const std::vector<std::string>& inputs, std::string_view extension,
+                        std::string_view logLine) {
   const std::string first = inputs.front();
-  const std::string extension =
+  const std::string format =
       read_("SourceFormat") == StrYes || formatName_ == StrDirectJoin ? Extension(first) : formatName_;
-  engine_.SetForceFormat(job.forceFormat.empty() ? extension : job.forceFormat);
+  engine_.SetForceFormat(job.forceFormat.empty() ? format : job.forceFormat);
   engine_.Twopass = false;
   const size_t before = outputs_.size();
   if (job.kind == DirectJobKind::ToolMissing) {
+    // A join that cannot run is a job that failed.
+    ++jobsStarted_;
     info_.Add(StrInfoProblem, std::string(StrToolMissing) + job.tool);
     return false;
   }
+  const std::string target = JoinTarget(inputs, extension);
+  engine_.Overwrite = read_("FileExistsOverwrite") == StrYes;
   if (job.kind == DirectJobKind::Concatenate) {
     // The classic byte join; done here, without a shell.
-    std::string folder = engine_.OutputDir().empty() ? FolderOf(first) : engine_.OutputDir();
-    const std::string target =
-        RenameExists(folder + read_("FileNameAddStringBefore") + BaseNameOf(first) + engine_.FileNameAddStringAfter +
-                         "." + engine_.ForceFormat(),
-                     false);
     Log(std::string(logLine) + " " + target);
     ++jobsStarted_;
     info_.Add(StrStartingTask);
-    const bool done = ConcatenateFiles(inputs, target, [this] {
+    // The target names an existing file only where that file may be replaced.
+    const ExistingOutput existing = FileExists(target) ? ExistingOutput::Replace : ExistingOutput::Keep;
+    const auto keepGoing = [this] {
       host_.PumpEvents();
       return !stopRequested_;
-    });
+    };
+    const bool done = !target.empty() && ConcatenateFiles(inputs, target, keepGoing, existing);
     if (!done) {
       info_.ReplaceLast(std::string(StrErrorOccurred) + " | " + target);
       return false;
@@ -429,7 +452,11 @@ bool TaskLoop::JoinWith(const DirectJob& job, const std::vector<std::string>& in
     engine_.CommandLine = job.commandLine;
     engine_.Refresh = true;
     Log(std::string(logLine) + " " + job.commandLine);
+    // The tool writes where the byte join would; the engine's own naming
+    // would take the format's extension, "/me" and all.
+    const std::string named = std::exchange(engine_.ForceOutputFileName, target);
     StartEngine();
+    engine_.ForceOutputFileName = named;
   }
   return outputs_.size() > before;
 }
@@ -453,7 +480,6 @@ void TaskLoop::RunImagePair(const std::string& source) {
 void TaskLoop::RunTransfer(int index, const std::string& source) {
   const bool move = formatName_ == StrMoveTo;
   host_.SetStartButton(StrButtonCancel, "filecopy");
-  const std::string startTime = ClockNow();
   info_.Add(StrStartingTask);
   ++jobsStarted_;
 
@@ -482,9 +508,9 @@ void TaskLoop::RunTransfer(int index, const std::string& source) {
     if (move) zel::DeleteFile(source);
   } else {
     result = std::string(StrTransferFailed);
-    info_.Add(StrInfoProblem, StrTransferFailed);
+    info_.Add(StrTransferFailed);
   }
-  tasks_.SetListComment(index, tasks_.ListComment(index) + " - " + startTime + " " + result);
+  tasks_.SetListComment(index, tasks_.ListComment(index) + " - " + result);
 }
 
 void TaskLoop::FinishRun() {

@@ -103,8 +103,13 @@ class TaskLoop {
   void RunKaraokeJob();
   void RunTransfer(int index, const std::string& source);
   void JoinOutputs();
-  // A join by a tool's command or by concatenation; true when it made its output.
-  bool JoinWith(const DirectJob& job, const std::vector<std::string>& inputs, std::string_view logLine);
+  // A join by a tool's command or by concatenation, into a file named after the
+  // first input with this extension; true when it made its output.
+  bool JoinWith(const DirectJob& job, const std::vector<std::string>& inputs, std::string_view extension,
+                std::string_view logLine);
+  // That file's path, for both kinds of join: FileExistsOverwrite lets it
+  // replace an older file, never one of the inputs.
+  std::string JoinTarget(const std::vector<std::string>& inputs, std::string_view extension) const;
   Cut ReadCut(const std::string& record) const;
   std::string OutputFolderFor(const std::string& source) const;
   void ConfigureFor(const std::string& source, std::string_view logLine);

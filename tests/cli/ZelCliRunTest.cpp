@@ -105,6 +105,10 @@ while [ $# -gt 0 ]; do
   shift; op=
 done
 )");
+  // A MEncoder stand-in makes the outputs of a "/ME" format.
+  WriteScript(dir / "tools/mencoder", R"(echo "MEncoder UNKNOWN-12 (C) 2000-2023 MPlayer Team"
+while [ $# -gt 0 ]; do [ "$1" = -o ] && head -c 4096 /dev/zero > "$2"; shift; done
+)");
   Out({"settings", "set", "ToolsFolder", dir / "tools"});
   ASSERT_EQ(RunCli({"convert", "--format", "直接剪切", "--output", dir / "out", "--cut", "00:00:01,000",
                     "00:00:03,000", "1", dir / "a b.mp4"})
@@ -113,10 +117,16 @@ done
   ASSERT_EQ(RunCli({"convert", "--format", "直接合并", "--output", dir / "out", dir / "a b.mp4", dir / "c.mp4"})
                 .exitCode,
             0);
+  // The join of a run's outputs is named with their extension, not the format's.
+  const RunResult me = RunCli({"convert", "--format", "MP4/ME", "--set", "JoinAllTask=是", "--output", dir / "me",
+                               dir / "a b.mp4", dir / "c.mp4"});
+  ASSERT_EQ(me.exitCode, 0) << me.output;
+  EXPECT_EQ(Outputs(me.output), std::vector<std::string>{dir / "me/a b_合并文件.MP4"});
   EXPECT_EQ(ReadLines(ReadText(dir / "mp4box.args")),
             (std::vector<std::string>{"-splitx", "1:3", dir / "a b.mp4", "-out", dir / "out/a b.MP4", "---", "-cat",
-                                      dir / "a b.mp4", "-cat", dir / "c.mp4", "-new", dir / "out/a b(1).MP4",
-                                      "---"}));
+                                      dir / "a b.mp4", "-cat", dir / "c.mp4", "-new", dir / "out/a b(1).MP4", "---",
+                                      "-cat", dir / "me/a b.MP4", "-cat", dir / "me/c.MP4", "-new",
+                                      dir / "me/a b_合并文件.MP4", "---"}));
 }
 
 TEST_F(ZelCliRun, JoinOfTheRunsOutputsNeedsTwoOfThem) {
@@ -139,6 +149,14 @@ TEST_F(ZelCliRun, JoinOfTheRunsOutputsNeedsTwoOfThem) {
   // The parts were cleaned up only because the join made its file.
   EXPECT_FALSE(FileExists(dir / "two/a.MKV"));
   EXPECT_FALSE(FileExists(dir / "two/b.MKV"));
+
+  // AVI has no joining tool: its outputs are joined byte by byte, under their
+  // own extension rather than the format's name.
+  const RunResult bytes = RunCli({"convert", "--format", "DIVX", "--set", "JoinAllTask=是", "--output",
+                                  dir / "divx", dir / "a.mp4", dir / "b.mp4"});
+  ASSERT_EQ(bytes.exitCode, 0) << bytes.output;
+  EXPECT_EQ(Outputs(bytes.output), std::vector<std::string>{dir / "divx/a_合并文件.AVI"});
+  EXPECT_EQ(ReadText(dir / "divx/a_合并文件.AVI"), ReadText(dir / "divx/a.AVI") + ReadText(dir / "divx/b.AVI"));
 }
 
 TEST_F(ZelCliRun, DamagedInputIsReportedAndTheRunGoesOn) {
@@ -187,6 +205,20 @@ TEST_F(ZelCliRun, ListFilesSaveAndLoadWithTheirQuirks) {
   EXPECT_TRUE(Contains(text, "[Task4]\r\n")) << text;
   EXPECT_FALSE(Contains(text, "[Task5]"));
   EXPECT_EQ(RunCli({"list", "show", dir / "none.ini"}).exitCode, 1);
+
+  // A list is replaced only when the question is answered Yes; without a
+  // terminal its default, No, stands.
+  const std::string saved = ReadText(dir / "l.ini");
+  std::string name;
+  for (int i = 0; i < 80; ++i) name += "视";
+  const std::string longPath = dir / (name + ".mp4");
+  EXPECT_EQ(RunCli({"list", "save", dir / "l.ini", longPath}).exitCode, 1);
+  EXPECT_EQ(ReadText(dir / "l.ini"), saved);
+  Out({"list", "save", dir / "l.ini", longPath, "--yes"});
+  // Values are cut at 254 characters, which this path of more bytes is not.
+  const std::vector<std::string> replaced = ReadLines(Out({"list", "show", dir / "l.ini"}));
+  ASSERT_EQ(replaced.size(), 2u);
+  EXPECT_TRUE(StartsWith(replaced[0], "1\t" + longPath + "\t")) << replaced[0];
 }
 
 

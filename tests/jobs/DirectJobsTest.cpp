@@ -133,6 +133,11 @@ TEST(ConcatenateFilesTest, JoinsBytesAndLeavesNothingOnCancel) {
 
   EXPECT_FALSE(ConcatenateFiles(inputs, root / "out.mpg", {}));
   EXPECT_EQ(FileSize(root / "out.mpg"), static_cast<int64_t>(big.size() + 4));
+  // Replacing is asked for, and a failed replace leaves the old file.
+  EXPECT_TRUE(ConcatenateFiles({root / "b.mpg"}, root / "out.mpg", {}, ExistingOutput::Replace));
+  EXPECT_EQ(ReadText(root / "out.mpg"), "tail");
+  EXPECT_FALSE(ConcatenateFiles({root / "none.mpg"}, root / "out.mpg", {}, ExistingOutput::Replace));
+  EXPECT_EQ(ReadText(root / "out.mpg"), "tail");
 
   EXPECT_FALSE(ConcatenateFiles(inputs, root / "cancelled.mpg", [] { return false; }));
   EXPECT_FALSE(ConcatenateFiles({root / "a.mpg", root / "none.mpg"}, root / "missing.mpg", {}));

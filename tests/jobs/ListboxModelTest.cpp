@@ -205,12 +205,28 @@ TEST_F(ListboxModelTest, SectionNamesAreReadThroughABoundedBuffer) {
   EXPECT_EQ(list.ListCount(), 0);
 }
 
-TEST_F(ListboxModelTest, LongValuesAreCut) {
+// The buffers count characters, not bytes: a path of 80 Chinese characters
+// is far from the limit.
+TEST_F(ListboxModelTest, LongValuesAreCutAt254Characters) {
+  auto repeat = [](std::string_view text, int count) {
+    std::string out;
+    for (int i = 0; i < count; ++i) out += text;
+    return out;
+  };
+  const std::string chinesePath = "/home/用户/视频/" + repeat("视", 80) + ".mp4";
   list.AddItem("a", "", "", "", std::string(300, 'p'));
-  list.AddItem("b", "", "", "", std::string(253, 'p') + "中");
+  list.AddItem("b", "", "", "", repeat("中", 300));
+  list.AddItem("c", "", "", "", chinesePath);
   const ListboxModel loaded = RoundTrip();
   EXPECT_EQ(loaded.PathFromIndex(0), std::string(254, 'p'));
-  EXPECT_EQ(loaded.PathFromIndex(1), std::string(253, 'p'));
+  EXPECT_EQ(loaded.PathFromIndex(1), repeat("中", 254));
+  EXPECT_EQ(loaded.PathFromIndex(2), chinesePath);
+
+  // Section names share a buffer of characters in the same way.
+  WriteFileAtomic(dir / "wide.ini", "[" + repeat("节", 80) + "]\nKey=a\n[" + repeat("段", 80) + "]\nKey=b\n");
+  ListboxModel wide;
+  EXPECT_EQ(wide.LoadListFromFile(dir / "wide.ini"), 3);
+  EXPECT_EQ(wide.ListKey(1), "b");
 }
 
 TEST_F(ListboxModelTest, DamagedFilesReadAsJunk) {

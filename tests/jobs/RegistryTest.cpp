@@ -128,9 +128,11 @@ TEST_F(RegistryStore, IniFormFollowsTheProfileStringRules) {
   const std::string longValue = std::string(300, 'x');
   RegistryWrite(HKEY_CURRENT_USER, "Task1", "Long", longValue, ini);
   EXPECT_EQ(RegistryRead(HKEY_CURRENT_USER, "Task1", "Long", "", ini), std::string(254, 'x'));
-  // The cut never splits a character.
-  RegistryWrite(HKEY_CURRENT_USER, "Task1", "Wide", std::string(253, 'x') + "字", ini);
-  EXPECT_EQ(RegistryRead(HKEY_CURRENT_USER, "Task1", "Wide", "", ini), std::string(253, 'x'));
+  // The buffer counts characters, not bytes.
+  std::string wide;
+  for (int i = 0; i < 300; ++i) wide += "字";
+  RegistryWrite(HKEY_CURRENT_USER, "Task1", "Wide", wide, ini);
+  EXPECT_EQ(RegistryRead(HKEY_CURRENT_USER, "Task1", "Wide", "", ini), wide.substr(0, 254 * 3));
 
   // A value cannot add a line of its own.
   RegistryWrite(HKEY_CURRENT_USER, "Task2", "Name", "a\r\n[Task9]\nPath=evil", ini);

@@ -148,8 +148,92 @@ TEST_F(TaskLoopTest, MovesCheckTheCopyBeforeRemovingTheSource) {
   EXPECT_FALSE(FileExists(dir / "keeps.dat"));
   EXPECT_EQ(ReadText(dir / "out/keeps.dat"), bytes);
   EXPECT_EQ(loop.OutputList(), std::vector<std::string>{dir / "out/keeps.dat"});
-  EXPECT_EQ(Count("问题 | 失败的复制或移动文件操作"), 1);
-  EXPECT_TRUE(Contains(tasks.ListComment(0), " - ")) << tasks.ListComment(0);
+  EXPECT_EQ(Count("失败的复制或移动文件操作"), 1);
+  EXPECT_EQ(Count("完成 | " + dir / "out/keeps.dat"), 1);
+  EXPECT_EQ(tasks.ListComment(0), " - 失败的复制或移动文件操作");
+  EXPECT_EQ(tasks.ListComment(1), " - 完成 | " + dir / "out/keeps.dat");
+}
+
+// A join is named after its first file, with that file's extension, and
+// replaces an old file of that name only when asked to; a file being joined is
+// never the one written.
+TEST_F(TaskLoopTest, JoinsAreNamedAfterTheFirstFileAndNeverWriteOverOne) {
+  MakeClip(dir / "clip.mp4", 1);
+  struct Case {
+    const char* format;
+    const char* extension;  // of the two sources, "MPG" joined as bytes, "MKV" by mkvmerge
+    const char* folder;     // "" is the sources' own
+    const char* overwrite;
+    const char* output;
+  };
+  const Case cases[] = {
+      {"直接合并", "MPG", "out", "否", "out/x(1).MPG"},
+      {"直接合并", "MPG", "out", "是", "out/x.MPG"},
+      {"直接合并", "MPG", "", "是", "x(1).MPG"},
+      {"直接合并", "MKV", "", "是", "x(1).MKV"},
+      // A run's outputs take the first one's extension, not the format's name.
+      {"CopyTo", "MPG", "out", "是", "out/x(1)_合并文件.MPG"},
+  };
+  for (size_t i = 0; i < std::size(cases); ++i) {
+    const Case& c = cases[i];
+    const std::string folder = dir / ("case" + std::to_string(i));
+    const std::string x = folder + "/x." + c.extension, y = folder + "/y." + c.extension;
+    MakedPath(folder + "/out");
+    ASSERT_TRUE(WriteFileAtomic(folder + "/out/x." + c.extension, "an old file"));
+    if (std::string_view(c.extension) == "MKV") {
+      ASSERT_EQ(test::Run({ToolPath("mkvmerge"), "-q", "-o", x, dir / "clip.mp4"}).exitCode, 0);
+      ASSERT_EQ(test::Run({ToolPath("mkvmerge"), "-q", "-o", y, dir / "clip.mp4"}).exitCode, 0);
+    } else {
+      ASSERT_TRUE(WriteFileAtomic(x, "first "));
+      ASSERT_TRUE(WriteFileAtomic(y, "second"));
+    }
+    const std::string sourceBytes = ReadText(x);
+    tasks.Clear();
+    tasks.AddItem("x", "x", "", "|||", x);
+    tasks.AddItem("y", "y", "", "|||", y);
+    values["OutputMode"] = c.format;
+    values["OutputFolder"] = *c.folder ? folder + "/" + c.folder : "";
+    values["FileExistsOverwrite"] = c.overwrite;
+    values["JoinAllTask"] = "是";
+    TaskLoop loop(engine, tasks, host, Reader());
+    loop.tools.mkvmerge = ToolPath("mkvmerge");
+    loop.RunTasks();
+    const std::string output = folder + "/" + c.output, old = folder + "/out/x." + c.extension;
+    ASSERT_EQ(loop.OutputList(), std::vector<std::string>{output}) << c.output;
+    EXPECT_EQ(ReadText(x), sourceBytes) << c.output;
+    if (output != old) {
+      EXPECT_EQ(ReadText(old), "an old file") << c.output;
+    }
+    if (std::string_view(c.extension) == "MPG") {
+      EXPECT_EQ(ReadText(output), "first second") << c.output;
+    } else {
+      EXPECT_GT(FileSize(output), FileSize(x)) << c.output;
+    }
+  }
+}
+
+// The direct join takes the whole list at the first video, after the task's
+// settings line; without its tool it fails once and the run ends.
+TEST_F(TaskLoopTest, DirectJoinWithoutItsToolRunsOnce) {
+  Shared().ProgramPath = dir / "zel";
+  ASSERT_TRUE(WriteFileAtomic(dir / "zel.Diagnostics.log", ""));
+  for (const char* name : {"cover.png", "b.mp4", "g.mp4", "a.avi"}) {
+    ASSERT_TRUE(WriteFileAtomic(dir / name, "x"));
+    tasks.AddItem(name, name, "", "|||", dir / name);
+  }
+  values["OutputMode"] = "直接合并";
+  TaskLoop loop(engine, tasks, host, Reader());
+  loop.tools.mp4box = dir / "no-mp4box";
+  loop.RunTasks();
+  EXPECT_EQ(host.infos, std::vector<std::string>{"问题 | 找不到所需的工具: " + dir / "no-mp4box"});
+  EXPECT_EQ(loop.JobsStarted(), 1);
+  EXPECT_EQ(loop.JobsSucceeded(), 0);
+  EXPECT_EQ(loop.PassedOver(), std::vector<std::string>{dir / "cover.png"});
+  std::vector<std::string> steps;
+  for (const std::string& line : ReadLines(ReadText(dir / "zel.Diagnostics.log"))) {
+    if (StartsWith(line.substr(line.find(' ') + 1), "进入任务循环")) steps.push_back(line.substr(line.find(' ') + 1));
+  }
+  EXPECT_EQ(steps, std::vector<std::string>{"进入任务循环: 2 设置"});
 }
 
 TEST_F(TaskLoopTest, ToolTextFeedsTheBufferAndTheFilteredLogView) {
