@@ -83,7 +83,10 @@ void ConfigureConversion(FFmpegX& engine, const ConversionTask& task, const Sett
   if (engine.Core() != task.corePath || engine.CoreStatus() == kCoreNone) engine.SetCore(task.corePath);
   engine.OnlyUseExtCommandLine = false;
   engine.SetFilename(task.source);
-  engine.SetOutputDir(task.outputFolder);
+  // An empty field means the source's own folder; left empty, an engine that
+  // serves many tasks would keep the folder of the task before.
+  const std::string first = task.source.substr(0, task.source.find('|'));
+  engine.SetOutputDir(task.outputFolder.empty() ? FolderOf(first) : task.outputFolder);
 
   engine.FileNameSuffix = read("FileSuffix");
   engine.FileNameAddStringBefore = read("FileNameAddStringBefore");

@@ -55,6 +55,10 @@ TEST_F(EngineSetupTest, RatesAndSwitchesAreReadTheTaskLoopsWay) {
   EXPECT_FLOAT_EQ(engine.PadBorder, 16.0f / 9);
   EXPECT_EQ(engine.OutputDir(), dir.path() + "/");
 
+  task = {dir / "sub/b.avi|" + dir / "c.avi", "", "mp3", "", false};
+  ConfigureConversion(engine, task, [](std::string_view key) { return ReadSetting(key); });
+  EXPECT_EQ(engine.OutputDir(), dir / "sub/");  // no folder given: the first source's own
+
   Configure({{"VideoBitrate", "800"}, {"AudioBitrate", "96"}, {"SubtitleEncodeFormat", "ANSI"}}, "mp3");
   EXPECT_EQ(engine.VideoVBR, 0);
   EXPECT_EQ(engine.VideoBitRate, 800);
