@@ -25,6 +25,7 @@ std::string FFmpegLine(const std::string& args, const std::string& out) {
 TEST(ZelCliTime, NotationsFromOutside) {
   EXPECT_EQ(RunCli({"time", "01:02:03.45", "--sep", "."}).output, "msecs: 3723045\nsecs: 3723.45\n");
   EXPECT_EQ(RunCli({"time", "1:23"}).output, "msecs: 4980000\nsecs: 4980\n");
+  EXPECT_EQ(RunCli({"time", "16:40", "--sep", "."}).output, "msecs: 1000000\nsecs: 1000\n");  // never "1e+06"
   EXPECT_EQ(RunCli({"mstime", "3723456", "98"}).output, "01:02:03.456\n");
   EXPECT_EQ(RunCli({"mstime", "-1", "0"}).output, "00:00:00,000\n");
   EXPECT_EQ(RunCli({"time"}).exitCode, 2);
