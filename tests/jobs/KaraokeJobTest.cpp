@@ -92,7 +92,7 @@ TEST(KaraokeJob, LyricsFollowTheKaraokeSettings) {
   in.listPath = dir / "k.lst";
   in.ssaPath = dir / "k.ssa";
   in.lyricPath = dir / "song.lrc";
-  ASSERT_TRUE(WriteFileAtomic(in.lyricPath, "[00:06.00]第一句\r\n[00:09.00]second\r\n"));
+  ASSERT_TRUE(WriteFileAtomic(in.lyricPath, "[00:06.00]第一句\n[00:09.00]second\n"));  // LF, as most tools write
   const SubtitleArguments args = KaraokeLyricArguments(in, read);
   EXPECT_EQ(std::make_tuple(args.fontName, args.fontSize, args.bold, args.italic, args.encoding, args.karaokeStyle),
             std::make_tuple(std::string("楷体"), 28, 1, 0, 136, 1));

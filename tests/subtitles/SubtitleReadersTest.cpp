@@ -140,12 +140,5 @@ TEST(SubtitleCells, ExtraLineAndSortFollowTheText) {
                                              "9:00.00|nine"}));
 }
 
-TEST(SubtitleCells, LinesSplitAtCrLfAndTheConverterDropsTheLast) {
-  const std::string text = "a\r\nb\nc\r\nlast";
-  EXPECT_EQ(SplitSubtitleLines(text, false), (std::vector<std::string_view>{"a", "b\nc"}));
-  EXPECT_EQ(SplitSubtitleLines(text, true).back(), "last");
-  EXPECT_TRUE(SplitSubtitleLines("no line end", false).empty());
-}
-
 }  // namespace
 }  // namespace zel

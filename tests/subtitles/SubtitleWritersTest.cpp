@@ -122,7 +122,7 @@ TEST(SubtitleWriters, EveryWriterReadsBackThroughItsReader) {
     std::vector<std::string> back(1);
     ReaderState state;
     const std::string written = Write(cells, type, args);
-    for (std::string_view line : SplitSubtitleLines(written, false)) {
+    for (std::string_view line : SplitLines(written, LastLine::Drop)) {
       ReadSubtitleLine(type, line, back, state);
     }
     std::vector<std::string> texts;
