@@ -152,6 +152,21 @@ std::vector<std::string> Split(std::string_view text, std::string_view delimiter
   return parts;
 }
 
+std::vector<std::string_view> SplitLines(std::string_view text, LastLine last) {
+  std::vector<std::string_view> lines;
+  if (text.empty()) return lines;
+  size_t from = 0;
+  for (size_t end; (end = text.find_first_of("\r\n", from)) != std::string_view::npos;) {
+    lines.push_back(text.substr(from, end - from));
+    from = end + (text.compare(end, 2, "\r\n") == 0 ? 2 : 1);
+  }
+  const std::string_view rest = text.substr(from);
+  if (last == LastLine::Keep || (last == LastLine::KeepIfNotEmpty && !rest.empty())) lines.push_back(rest);
+  return lines;
+}
+
+bool HasLineEnd(std::string_view text) { return text.find_first_of("\r\n") != std::string_view::npos; }
+
 std::string FormatFixed2(double value) {
   char buffer[64];
   std::snprintf(buffer, sizeof buffer, "%.2f", value);

@@ -41,6 +41,21 @@ std::string ReplaceAllNoCase(std::string_view text, std::string_view find, std::
 // an empty text gives no parts.
 std::vector<std::string> Split(std::string_view text, std::string_view delimiter);
 
+// What SplitLines makes of the text after the last line end.
+enum class LastLine {
+  Keep,            // always a line, empty when the text ends in a line end
+  Drop,            // only a line with a line end behind it counts
+  KeepIfNotEmpty,  // a line when it holds anything: a final line end closes the last line
+};
+
+// The lines of a text that a person or another program wrote. CRLF, LF and a lone
+// CR each end one line, so files from any system read alike, and so do files that
+// mix them. No line holds a CR or an LF. An empty text gives no lines.
+std::vector<std::string_view> SplitLines(std::string_view text, LastLine last);
+
+// Whether a text holds a line end of any of those three kinds.
+bool HasLineEnd(std::string_view text);
+
 // A number with two decimals, as the format "#0.00" prints it.
 std::string FormatFixed2(double value);
 

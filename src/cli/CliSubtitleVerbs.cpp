@@ -107,8 +107,8 @@ int Subtitle(const Args& arguments) {
       std::fprintf(stderr, "zel-cli: not a subtitle or lyric type: %s\n", input.c_str());
     } else {
       int encoding = kEncodingDetect;
-      if (UEFLoadTextFile(input, encoding).find("\r\n") == std::string::npos) {
-        std::fprintf(stderr, "zel-cli: no CRLF line ends, so nothing is read: %s\n", input.c_str());
+      if (!HasLineEnd(UEFLoadTextFile(input, encoding))) {
+        std::fprintf(stderr, "zel-cli: no line end (one line or none), so nothing is read: %s\n", input.c_str());
       }
     }
   }

@@ -123,11 +123,10 @@ CoreLists ParseFFmpegCapabilities(std::string_view text, ToolDialect dialect) {
   audio.Add("COPY");
   subtitle.Add("COPY");
 
-  if (text.find('\n') != std::string_view::npos) {
+  if (HasLineEnd(text)) {
     constexpr size_t kFormatColumn = 4, kCodecColumn = 8;
     size_t column = 0;
-    for (std::string_view line : Split(text, "\n")) {
-      if (line.ends_with('\r')) line.remove_suffix(1);
+    for (std::string_view line : SplitLines(text, LastLine::KeepIfNotEmpty)) {
       if (Contains(line, "Bitstream filters:")) break;
       if (Contains(line, "File formats:")) {
         column = kFormatColumn;

@@ -102,10 +102,9 @@ std::string FFmpegX::ReadProbeFacts(const std::string& path, const std::string& 
   sourceSuffix_ = LowerAscii(ExtensionOf(path));
   sourceFormat_ = sourceSuffix_;
 
-  const std::string text = ReplaceAll(toolText, "\r", "");
   std::string list;
-  if (text.find('\n') != std::string::npos) {
-    for (const std::string& raw : Split(text, "\n")) {
+  if (HasLineEnd(toolText)) {
+    for (std::string_view raw : SplitLines(toolText, LastLine::KeepIfNotEmpty)) {
       const std::string line = WithoutBlanks(raw);
       if (StartsWith(line, "Duration:")) {
         const size_t comma = line.find(',');
@@ -123,11 +122,11 @@ std::string FFmpegX::ReadProbeFacts(const std::string& path, const std::string& 
     }
   }
 
-  if (Contains(text, "Input #")) {
+  if (Contains(toolText, "Input #")) {
     if (sourceSuffix_ == "mkv") {
       sourceFormat_ = "mkv";
     } else {
-      const std::string found = GetString(text, "Input #", ", from");
+      const std::string found = GetString(toolText, "Input #", ", from");
       if (Contains(found, "mov") && sourceSuffix_ == "mov") {
         sourceFormat_ = "mov";
       } else if (Contains(found, "mp4") && (sourceSuffix_ == "mp4" || sourceSuffix_ == "flv")) {

@@ -394,16 +394,10 @@ std::string FFmpegX::ComposeScript(const std::string& source, int width, int hei
   if (!AVSUserScript.empty()) {
     // The store keeps the script on one line with "\n" for each line end; a real
     // line end counts the same.
-    std::string script = ReplaceAll(ReplaceAll(AVSUserScript, "\r\n", "\n"), "\r", "\n");
-    script = ReplaceAll(script, "\\n", "\n");
+    const std::string script = ReplaceAll(AVSUserScript, "\\n", "\n");
     body.emplace_back("modAddon()");
     functions.emplace_back("function modAddon(clip Video) {");
-    size_t from = 0;
-    for (size_t at = script.find('\n'); ; at = script.find('\n', from)) {
-      functions.push_back(script.substr(from, at == std::string::npos ? std::string::npos : at - from));
-      if (at == std::string::npos) break;
-      from = at + 1;
-    }
+    for (std::string_view line : SplitLines(script, LastLine::Keep)) functions.emplace_back(line);
     functions.insert(functions.end(), {"return(Video)", "}"});
   }
   for (const auto& [kind, line] : kFlips) {
@@ -424,13 +418,12 @@ void FFmpegX::WriteTextOverlay(const std::string& path, const std::string& sourc
     const std::string style = "{" + StyleTags(font) + "\\fad(100,100)\\1c&H" + AVSSubtitleColor + "\\3c&H" + border +
                               "\\fn" + font.name + "\\fs" + Number(font.size) + "\\an" +
                               std::to_string(AVSSubtitleAlign) + "}";
-    std::string text = ReplaceAll(ReadText(sourceText), "\r\n", "\n");
-    if (EndsWith(text, "\n")) text.pop_back();
-    for (const std::string& line : Split(text, "\n")) {
+    const std::string text = ReadText(sourceText);
+    for (std::string_view line : SplitLines(text, LastLine::KeepIfNotEmpty)) {
       const std::string trimmed = Trim(line);
       const bool keep = Contains(line, "-->") || trimmed.empty() || IsNumeric(trimmed) ||
                         (Contains(line, "{") && Contains(line, "}"));
-      lines.push_back(keep ? line : style + line);
+      lines.push_back((keep ? std::string() : style) + std::string(line));
     }
     WriteFileAtomic(path, JoinLines(lines));
     return;

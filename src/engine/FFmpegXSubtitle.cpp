@@ -1,6 +1,7 @@
 // FFmpegX's subtitle converter: inputs read line by line into cells, cut, sorted,
 // written as the output's type, then saved in the chosen encoding.
 #include "engine/FFmpegX.h"
+#include "base/TextHelpers.h"
 #include "engine/ProgressText.h"
 #include "subtitles/SubtitleCells.h"
 #include "subtitles/TextEncoding.h"
@@ -8,15 +9,6 @@
 namespace zel {
 
 namespace {
-
-std::string WithoutLineEnds(std::string_view line) {
-  std::string result;
-  result.reserve(line.size());
-  for (char c : line) {
-    if (c != '\r' && c != '\n') result += c;
-  }
-  return result;
-}
 
 bool SameFile(const std::string& a, const std::string& b) {
   if (a == b) return true;
@@ -66,13 +58,13 @@ bool FFmpegX::ff_ConvertSubtitle(const std::vector<std::string>& files, const Su
     if (type == kSubtitleUnknown) return false;
     int encoding = kEncodingDetect;
     const std::string text = UEFLoadTextFile(path, encoding);
-    // Only CRLF text is taken: a file of LF line ends, or of one line, is refused.
-    if (text.find("\r\n") == std::string::npos) return false;
-    const std::vector<std::string_view> lines = SplitSubtitleLines(text, false);
+    // A text without a line end, of one line or none, is refused, and so are all
+    // the inputs after it. A last line with no line end behind it is not read.
+    if (!HasLineEnd(text)) return false;
+    const std::vector<std::string_view> lines = SplitLines(text, LastLine::Drop);
     const int count = static_cast<int>(lines.size());
     for (int i = 0; i < count; ++i) {
-      ReadSubtitleLine(type, ApplyBig5Mode(WithoutLineEnds(lines[static_cast<size_t>(i)]), args.big5Mode), cells,
-                       state);
+      ReadSubtitleLine(type, ApplyBig5Mode(lines[static_cast<size_t>(i)], args.big5Mode), cells, state);
       if (ProgressChange && ProgressDue(i, count)) ProgressChange(i, count, 0, remainderInfo_, outputInfo_, false);
     }
     sourceType = type;

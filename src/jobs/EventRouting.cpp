@@ -112,7 +112,7 @@ void TaskLoop::TakeToolText(const std::string& text) {
   if (runLogBuffer_.size() + text.size() > kRunLogLimit) runLogBuffer_.clear();
   runLogBuffer_.insert(0, text);
   const std::string stamp = FormatLocalNow("%Y-%m-%d") + ", " + FormatLocalNow("%H-%M-%S") + " ";
-  for (const std::string& raw : Split(ReplaceAll(text, "\r\n", "\n"), "\n")) {
+  for (std::string_view raw : SplitLines(text, LastLine::KeepIfNotEmpty)) {
     const std::string line = Trim(raw);
     const std::string lower = LowerAscii(line);
     if (line.empty() || StartsWith(lower, "frame=") || StartsWith(lower, "error ")) continue;

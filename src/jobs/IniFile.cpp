@@ -18,15 +18,7 @@ IniLines LoadLines(std::string_view file) {
   IniLines ini;
   const std::string text = ReadText(file);
   if (text.find("\r\n") != std::string::npos) ini.newline = "\r\n";
-  size_t start = 0;
-  while (start < text.size()) {
-    size_t end = text.find('\n', start);
-    if (end == std::string::npos) end = text.size();
-    std::string line = text.substr(start, end - start);
-    if (!line.empty() && line.back() == '\r') line.pop_back();
-    ini.lines.push_back(std::move(line));
-    start = end + 1;
-  }
+  for (std::string_view line : SplitLines(text, LastLine::KeepIfNotEmpty)) ini.lines.emplace_back(line);
   return ini;
 }
 

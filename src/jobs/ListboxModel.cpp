@@ -132,13 +132,7 @@ struct IniSection {
 // a "[" without "]" are junk and skipped.
 std::vector<IniSection> ParseSections(std::string_view text) {
   std::vector<IniSection> sections;
-  size_t start = 0;
-  while (start < text.size()) {
-    size_t end = text.find('\n', start);
-    if (end == std::string_view::npos) end = text.size();
-    std::string_view raw = text.substr(start, end - start);
-    start = end + 1;
-    if (!raw.empty() && raw.back() == '\r') raw.remove_suffix(1);
+  for (std::string_view raw : SplitLines(text, LastLine::KeepIfNotEmpty)) {
     const std::string line = Trim(raw);
     const size_t close = line.find(']');
     if (!line.empty() && line.front() == '[' && close != std::string::npos) {

@@ -128,8 +128,7 @@ std::vector<std::string> ScanUserProfiles(const std::string& folder) {
 std::optional<Profile> ParseProfileEntry(std::string_view text) {
   Profile profile;
   bool hasCategory = false;
-  for (std::string_view line : Split(text, "\n")) {
-    if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+  for (std::string_view line : SplitLines(text, LastLine::KeepIfNotEmpty)) {
     const size_t equals = line.find('=');
     if (equals == std::string_view::npos || equals == 0) continue;
     const std::string key(line.substr(0, equals));

@@ -117,8 +117,7 @@ std::optional<std::string> ParseQuoted(std::string_view line, size_t& pos) {
 StoreModel ParseStore(std::string_view text) {
   StoreModel model;
   StoredKey* current = nullptr;
-  for (std::string_view line : Split(text, "\n")) {
-    if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+  for (std::string_view line : SplitLines(text, LastLine::KeepIfNotEmpty)) {
     if (line.empty() || line.front() == ';') continue;
     if (line.front() == '[') {
       const size_t close = line.rfind(']');

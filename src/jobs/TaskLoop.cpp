@@ -269,7 +269,7 @@ void TaskLoop::RunSubtitleJob(const std::string& source, const std::string& reco
     return;
   }
   // The engine's events report the start, the output and a failed save. A file it
-  // could not read at all (no CRLF line ends, no entry) ends without a word, so
+  // could not read at all (no line end, no entry) ends without a word, so
   // the list says what became of the task.
   if (!engine_.ConvertSubtitle({source}, args) && engine_.Status() != kStatusError) {
     info_.Add(StrErrorOccurred, MsgNoSubtitleExtracted);

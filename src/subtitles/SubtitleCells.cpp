@@ -138,19 +138,6 @@ CellParts SplitCell(std::string_view cell) {
   return parts;
 }
 
-std::vector<std::string_view> SplitSubtitleLines(std::string_view text, bool keepLast) {
-  std::vector<std::string_view> lines;
-  size_t at = 0;
-  for (;;) {
-    const size_t end = text.find("\r\n", at);
-    if (end == std::string_view::npos) break;
-    lines.push_back(text.substr(at, end - at));
-    at = end + 2;
-  }
-  if (keepLast) lines.push_back(text.substr(at));
-  return lines;
-}
-
 void CutCellRange(std::vector<std::string>& cells, double cutStart, double cutEnd) {
   if (!(cutEnd - cutStart > 0)) return;
   const double S = cutStart, E = cutEnd;

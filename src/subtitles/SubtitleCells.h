@@ -72,10 +72,6 @@ struct ReaderState {
 // Adds the cells of one line (line ends already removed) for a reader type.
 void ReadSubtitleLine(int type, std::string_view line, std::vector<std::string>& cells, ReaderState& state);
 
-// Splits a loaded text at CRLF. The converter leaves out the piece after the last
-// CRLF; the player's loader keeps it.
-std::vector<std::string_view> SplitSubtitleLines(std::string_view text, bool keepLast);
-
 // Keeps what lies in the range from `cutStart` to `cutEnd` seconds, moved to start
 // at 0; entries that cross the range's edges mostly fall out.
 void CutCellRange(std::vector<std::string>& cells, double cutStart, double cutEnd);

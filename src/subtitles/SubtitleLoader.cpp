@@ -12,8 +12,6 @@ namespace {
 
 constexpr std::string_view kLanguageTags[] = {"", ".chs", ".chn", ".cn", ".gb", ".cht", ".eng"};
 
-std::string WithoutCrLf(std::string_view line) { return ReplaceAll(ReplaceAll(line, "\r", ""), "\n", ""); }
-
 }  // namespace
 
 std::vector<std::string> LoadSubtitleFormFile(const std::string& path, double offsetSeconds,
@@ -25,8 +23,10 @@ std::vector<std::string> LoadSubtitleFormFile(const std::string& path, double of
   std::vector<std::string> cells(1);
   ReaderState state;
   size_t index = 0;
-  for (std::string_view line : SplitSubtitleLines(text, true)) {
-    ReadSubtitleLine(type, WithoutCrLf(line), cells, state);
+  // Unlike the converter, the player reads a last line without a line end, and a
+  // text of one line.
+  for (std::string_view line : SplitLines(text, LastLine::Keep)) {
+    ReadSubtitleLine(type, line, cells, state);
     if (pump && ++index % 100 == 0) pump();
   }
   if (cells.size() > 2) SortCells(cells);

@@ -57,11 +57,12 @@ void ReadSubStation(std::string_view line, Cells& cells, ReaderState& state) {
     }
   }
   if (HasNoCase(line, "Dialogue:")) {
+    // Every such line is an entry; a field the line is too short for stays empty.
     const std::vector<std::string> fields = Split(line, ",");
-    const auto count = static_cast<int>(fields.size());
-    if (state.startColumn >= count || state.endColumn >= count) return;
-    cells.push_back(Trim(fields[static_cast<size_t>(state.startColumn)]) + "->" +
-                    Trim(fields[static_cast<size_t>(state.endColumn)]) + "|" +
+    auto field = [&fields](int column) {
+      return static_cast<size_t>(column) < fields.size() ? Trim(fields[static_cast<size_t>(column)]) : std::string();
+    };
+    cells.push_back(field(state.startColumn) + "->" + field(state.endColumn) + "|" +
                     StripMarkup(TextAfter(line, ",", state.columnCount)));
   }
 }

@@ -114,9 +114,12 @@ void SamiFooter(const SubtitleArguments&, Lines& out) {
 }
 
 void CircledEntry(const Entry& e, Lines& out) {
-  const int32_t hundredths = RoundedOrZero(e.start / 10);
+  // Eight digits whatever the sign, which stands in front of them: -100 ms is
+  // "-00000010", not a sign counted among the eight.
+  const int64_t hundredths = RoundedOrZero(e.start / 10);
   char digits[24];
-  std::snprintf(digits, sizeof digits, "%08d", hundredths);
+  std::snprintf(digits, sizeof digits, "%s%08lld", hundredths < 0 ? "-" : "",
+                static_cast<long long>(hundredths < 0 ? -hundredths : hundredths));
   out.Add("⑩" + std::string(digits) + "⑿");
   out.Add(e.text);
 }

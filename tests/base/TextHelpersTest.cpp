@@ -61,6 +61,30 @@ TEST(TextHelpers, SplitReplaceAndCase) {
   EXPECT_EQ(ReplaceAllNoCase("#VideoWidth# x #videowidth#", "#VIDEOWIDTH#", "640"), "640 x 640");
 }
 
+TEST(TextHelpers, LinesEndAtCrLfLfOrALoneCr) {
+  using Lines = std::vector<std::string_view>;
+  struct Case {
+    std::string_view text;
+    Lines keep, drop, keepIfNotEmpty;
+  };
+  const Case cases[] = {
+      {"a\r\nb\nc\rd", {"a", "b", "c", "d"}, {"a", "b", "c"}, {"a", "b", "c", "d"}},
+      {"a\n", {"a", ""}, {"a"}, {"a"}},
+      {"a\r", {"a", ""}, {"a"}, {"a"}},
+      // CR before CRLF, and CR after LF, are line ends of their own.
+      {"a\r\r\nb\n\rc", {"a", "", "b", "", "c"}, {"a", "", "b", ""}, {"a", "", "b", "", "c"}},
+      {"\r\n", {"", ""}, {""}, {""}},
+      {"one line", {"one line"}, {}, {"one line"}},
+      {"", {}, {}, {}},
+  };
+  for (const Case& c : cases) {
+    EXPECT_EQ(SplitLines(c.text, LastLine::Keep), c.keep) << c.text;
+    EXPECT_EQ(SplitLines(c.text, LastLine::Drop), c.drop) << c.text;
+    EXPECT_EQ(SplitLines(c.text, LastLine::KeepIfNotEmpty), c.keepIfNotEmpty) << c.text;
+    EXPECT_EQ(HasLineEnd(c.text), c.drop.size() > 0) << c.text;
+  }
+}
+
 TEST(TextHelpers, NumbersArePlainDecimals) {
   const std::pair<double, std::string_view> doubles[] = {
       {1000000, "1000000"},        {1e21, "1000000000000000000000"},

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "base/FileHelpers.h"
+#include "base/TextHelpers.h"
 #include "subtitles/SubtitleCells.h"
 #include "subtitles/TextEncoding.h"
 #include "support/TestSupport.h"
@@ -25,14 +26,29 @@ class ZelCliSubtitle : public test::CliTest {
   test::TempDir dir;
 };
 
+// The text with each CRLF replaced by the next of `ends`, in turn.
+std::string WithLineEnds(std::string_view text, const std::vector<std::string_view>& ends) {
+  const std::vector<std::string> lines = Split(text, "\r\n");
+  std::string result;
+  for (size_t i = 0; i < lines.size(); ++i) {
+    result += lines[i];
+    if (i + 1 < lines.size()) result += ends[i % ends.size()];
+  }
+  return result;
+}
+
 TEST_F(ZelCliSubtitle, EveryTypeConvertsToEveryOther) {
   const std::string source = Source();
   MakedPath(dir / "first");
   MakedPath(dir / "second");
+  // The inputs come with the line ends of every system in turn, and mixed.
+  const std::vector<std::vector<std::string_view>> forms = {{"\r\n"}, {"\n"}, {"\r"}, {"\n", "\r\n", "\r"}};
+  size_t form = 0;
   for (std::string_view from : kSubtitleExtensions) {
     const std::string input = dir / ("first/s." + std::string(from));
     const test::RunResult made = RunCli({"subtitle", source, "-o", input});
     ASSERT_EQ(made.exitCode, 0) << from << made.output;
+    ASSERT_TRUE(WriteFileAtomic(input, WithLineEnds(ReadText(input), forms[form++ % forms.size()])));
     for (std::string_view to : kSubtitleExtensions) {
       const std::string output = dir / ("second/" + std::string(from) + "." + std::string(to));
       const test::RunResult run = RunCli({"subtitle", input, "-o", output});
@@ -80,15 +96,15 @@ TEST_F(ZelCliSubtitle, OptionsReachTheConverter) {
 }
 
 TEST_F(ZelCliSubtitle, RefusalsExplainThemselves) {
-  ASSERT_TRUE(WriteFileAtomic(dir / "lf.srt", "1\n00:00:01,000 --> 00:00:02,000\nx\n"));
-  test::RunResult run = RunCli({"subtitle", dir / "lf.srt", "-o", dir / "o.ass"});
+  ASSERT_TRUE(WriteFileAtomic(dir / "one.stxt", "00:00:01,000->00:00:02,000|x"));
+  test::RunResult run = RunCli({"subtitle", dir / "one.stxt", "-o", dir / "o.ass"});
   EXPECT_EQ(run.exitCode, 1);
-  EXPECT_NE(run.output.find("no CRLF line ends"), std::string::npos) << run.output;
+  EXPECT_NE(run.output.find("no line end (one line or none), so nothing is read"), std::string::npos) << run.output;
   run = RunCli({"subtitle", dir / "missing.srt", "-o", dir / "o.ass"});
   EXPECT_EQ(run.exitCode, 1);
   EXPECT_NE(run.output.find("no such file"), std::string::npos);
-  EXPECT_EQ(RunCli({"subtitle", dir / "lf.srt"}).exitCode, 2);
-  EXPECT_EQ(RunCli({"subtitle", dir / "lf.srt", "-o", dir / "o.ass", "--encoding", "latin1"}).exitCode, 2);
+  EXPECT_EQ(RunCli({"subtitle", dir / "one.stxt"}).exitCode, 2);
+  EXPECT_EQ(RunCli({"subtitle", dir / "one.stxt", "-o", dir / "o.ass", "--encoding", "latin1"}).exitCode, 2);
   EXPECT_FALSE(FileExists(dir / "o.ass"));
 }
 
@@ -102,8 +118,8 @@ TEST_F(ZelCliSubtitle, SubtitleTasksAndTheTrackAfterAConversion) {
             std::string::npos)
       << ssa;
 
-  ASSERT_TRUE(WriteFileAtomic(dir / "lf.srt", "1\n00:00:01,000 --> 00:00:02,000\nx\n"));
-  const test::RunResult unread = RunCli({"convert", "--format", "SRT", "--output", dir / "out", dir / "lf.srt"});
+  ASSERT_TRUE(WriteFileAtomic(dir / "one.srt", "00:00:01,000 --> 00:00:02,000"));
+  const test::RunResult unread = RunCli({"convert", "--format", "SRT", "--output", dir / "out", dir / "one.srt"});
   EXPECT_EQ(unread.exitCode, 1);
   EXPECT_NE(unread.output.find("发生错误 | 没有提取到字幕内容"), std::string::npos) << unread.output;
 
@@ -111,8 +127,8 @@ TEST_F(ZelCliSubtitle, SubtitleTasksAndTheTrackAfterAConversion) {
   // MP4Box is asked to add it as a track.
   test::MakeClip(dir / "clip.mkv", 1);
   ASSERT_TRUE(WriteFileAtomic(dir / "clip.ass",
-                              "[Events]\r\nFormat: Layer, Start, End, Text\r\n"
-                              "Dialogue: 0,0:00:00.50,0:00:01.00,{\\i1}字幕\r\n"));
+                              "[Events]\nFormat: Layer, Start, End, Text\n"
+                              "Dialogue: 0,0:00:00.50,0:00:01.00,{\\i1}字幕\n"));
   MakedPath(dir / "tools");
   test::WriteScript(dir / "tools/mp4box",
                     "echo 'MP4Box - GPAC version 2.2.1'\nfor a in \"$@\"; do printf '%s\\n' \"$a\"; done > " +

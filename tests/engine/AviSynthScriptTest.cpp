@@ -303,7 +303,7 @@ TEST_F(AviSynthScriptTest, SubtitlesAreBurntInWithTheFilter) {
 
   // Restyled into the scratch files, without a word to the host.
   engine.AVSEnableSubtitleFormat = true;
-  engine.AVSOverallSubtitle = Touch("extra.lrc", "[00:03.00]three\r\n[00:05.00]five\r\n");
+  engine.AVSOverallSubtitle = Touch("extra.lrc", "[00:03.00]three\n[00:05.00]five\n");
   EXPECT_EQ(Script(source), Whole({kSource, R"(LoadPlugin("$DIR/VSFilter.dll"))", R"(TextSub("$SCRATCH1.ssa"))",
                                    R"(TextSub("$SCRATCH2.ssa"))"}));
   EXPECT_TRUE(Contains(ReadText(scratch + "1.ssa"), "PlayResX: 320"));
@@ -311,9 +311,9 @@ TEST_F(AviSynthScriptTest, SubtitlesAreBurntInWithTheFilter) {
   EXPECT_TRUE(events.empty()) << events.front();
   ASSERT_TRUE(engine.StatusChange);
 
-  // A file the converter refuses (no CRLF) is burnt in as it is; a picture
+  // A file the converter refuses (no line end) is burnt in as it is; a picture
   // subtitle beside the source stands in when no text one is there.
-  Touch("clip.srt", "1\n00:00:01,000 --> 00:00:02,000\nHello\n");
+  Touch("clip.srt", "00:00:01,000 --> 00:00:02,000");
   engine.AVSOverallSubtitle = Touch("extra.xyz");
   EXPECT_EQ(Script(source), Whole({kSource, R"(LoadPlugin("$DIR/VSFilter.dll"))", R"(TextSub("$DIR/clip.srt"))"}));
   zel::DeleteFile(dir / "clip.srt");
@@ -345,8 +345,8 @@ TEST_F(AviSynthScriptTest, TextOverlayHoldsBannerLogoAndTitle) {
   engine.AVSSubtitleEnableBanner = engine.AVSSubtitleEnableLogo = false;
   EXPECT_EQ(Script(source), Whole({kSource}));
 
-  // A given file is restyled line by line instead.
-  const std::string given = Touch("given.srt", "1\r\n00:00:01,000 --> 00:00:02,000\r\nHello\r\n{\\an8}Top\r\n\r\n");
+  // A given file is restyled line by line instead, whatever its line ends.
+  const std::string given = Touch("given.srt", "1\n00:00:01,000 --> 00:00:02,000\r\nHello\r{\\an8}Top\n\n");
   engine.WriteTextOverlay(dir / "out.ssa", given);
   EXPECT_EQ(ReadText(dir / "out.ssa"),
             Crlf({"1", "00:00:01,000 --> 00:00:02,000",

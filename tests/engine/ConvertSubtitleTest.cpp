@@ -62,11 +62,40 @@ TEST_F(ConvertSubtitleTest, NamesNeverReplaceWhatShouldStay) {
   EXPECT_EQ(ReadText(dir / "x.ass"), "other");
 }
 
+TEST_F(ConvertSubtitleTest, LineEndsOfEverySystemAndTheirMixReadAlike) {
+  struct Case {
+    const char* name;
+    std::string bytes;
+    std::string written;  // after the mark; "" for a text that is refused
+  };
+  const std::string one = "00:00:00,800->00:00:01,800|one\r\n";
+  const Case cases[] = {
+      {"crlf.srt", kSrt, one},
+      {"lf.srt", "1\n00:00:01,000 --> 00:00:02,000\none\n\n", one},
+      {"cr.srt", "1\r00:00:01,000 --> 00:00:02,000\rone\r\r", one},
+      {"mixed.srt", "1\n00:00:01,000 --> 00:00:02,000\r\none\rtwo\n\r\n",
+       "00:00:00,800->00:00:01,800|one two\r\n"},
+      {"lf.ass", "[Events]\nFormat: Layer, Start, End, Style, Text\nDialogue: 0,0:00:01.00,0:00:02.00,S,one\n", one},
+      {"cr.lrc", "[00:01.00]a\r[00:02.00]b\r",
+       "00:00:00,800->00:00:01,800|a\r\n00:00:01,800->00:00:06,800|b\r\n"},
+      // A last line without a line end is not read, whatever the ends before it.
+      {"last.srt", "1\n00:00:01,000 --> 00:00:02,000\none\n\n2\n00:00:03,000 --> 00:00:04,000\ntwo", one},
+      {"ended.stxt", "00:00:01,000->00:00:02,000|one\r", one},
+      {"single.stxt", "00:00:01,000->00:00:02,000|one", ""},
+      // The NUL tail of a UTF-16 file is no line end.
+      {"utf16.stxt", "\xFF\xFE" "0\0|\0x\0"s, ""},
+  };
+  for (const Case& c : cases) {
+    const std::string out = dir / (std::string(c.name) + ".stxt");
+    EXPECT_EQ(Convert({File(c.name, c.bytes)}, out), !c.written.empty()) << c.name;
+    EXPECT_EQ(FileExists(out) ? ReadText(out) : "", c.written.empty() ? "" : "\xEF\xBB\xBF" + c.written) << c.name;
+  }
+}
+
 TEST_F(ConvertSubtitleTest, RefusalsGiveFalseWithoutAnOutput) {
   const std::string a = File("a.srt", kSrt);
   EXPECT_FALSE(Convert({}, dir / "o.srt"));
   EXPECT_FALSE(Convert({File("x.sub", kSrt)}, dir / "o.srt"));  // unknown type
-  EXPECT_FALSE(Convert({File("lf.srt", "1\n00:00:01,000 --> 00:00:02,000\none\n")}, dir / "o.srt"));
   EXPECT_FALSE(Convert({a, File("one.srt", "single line")}, dir / "o.srt"));  // stops all inputs
   EXPECT_FALSE(Convert({File("none.srt", "\r\n\r\n")}, dir / "o.srt"));    // no entry
   EXPECT_FALSE(FileExists(dir / "o.srt"));
@@ -114,10 +143,11 @@ TEST_F(ConvertSubtitleTest, DamagedInputIsSkippedOrRefusedButNeverCrashes) {
 }
 
 TEST_F(ConvertSubtitleTest, EncodingsOnBothSides) {
-  // UTF-16 input with its NUL tail, a GBK file without a mark, and Big5 lyrics.
-  const std::string le = File("le.txt", "\xFF\xFE" "A\0\r\0\n\0"s);
+  // UTF-16 input with its NUL tail and LF line ends, a GBK file without a mark,
+  // and Big5 lyrics from an old Mac.
+  const std::string le = File("le.txt", "\xFF\xFE" "A\0\n\0"s);
   const std::string gbk = File("gbk.txt", "\xD6\xD0\xCE\xC4\r\n");
-  const std::string big5 = File("big5.txt", "\xC1\x63\xC5\xE9\r\n");
+  const std::string big5 = File("big5.txt", "\xC1\x63\xC5\xE9\r");
   for (int encoding : {0, 1, 2, 3}) {
     engine.SubtitleEncodeFormat = encoding;
     const std::string out = dir / ("e" + std::to_string(encoding) + ".txt");

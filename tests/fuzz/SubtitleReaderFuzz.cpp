@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "base/TextHelpers.h"
 #include "subtitles/SubtitleCells.h"
 #include "subtitles/SubtitleWriters.h"
 #include "subtitles/TextEncoding.h"
@@ -17,14 +18,6 @@ namespace {
 
 constexpr int kWriters[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 99};
 
-std::string WithoutLineEnds(std::string_view line) {
-  std::string result;
-  for (char c : line) {
-    if (c != '\r' && c != '\n') result += c;
-  }
-  return result;
-}
-
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -35,8 +28,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       zel::DecodeTextBytes(std::string_view(reinterpret_cast<const char*>(data) + 1, size - 1), encoding);
   std::vector<std::string> cells(1);
   zel::ReaderState state;
-  for (std::string_view line : zel::SplitSubtitleLines(text, (control & 0x80) != 0)) {
-    zel::ReadSubtitleLine(ZEL_FUZZ_TYPE, zel::ApplyBig5Mode(WithoutLineEnds(line), (control >> 4) % 3), cells, state);
+  const zel::LastLine last = (control & 0x80) != 0 ? zel::LastLine::Keep : zel::LastLine::Drop;
+  for (std::string_view line : zel::SplitLines(text, last)) {
+    zel::ReadSubtitleLine(ZEL_FUZZ_TYPE, zel::ApplyBig5Mode(line, (control >> 4) % 3), cells, state);
   }
   if (control & 0x40) zel::CutCellRange(cells, 1, 30);
   zel::AddExtraCell(cells, "extra", 0, 10, -0.2);

@@ -92,7 +92,8 @@ TEST(KaraokeJob, LyricsFollowTheKaraokeSettings) {
   in.listPath = dir / "k.lst";
   in.ssaPath = dir / "k.ssa";
   in.lyricPath = dir / "song.lrc";
-  ASSERT_TRUE(WriteFileAtomic(in.lyricPath, "[00:06.00]第一句\r\n[00:09.00]second\r\n"));
+  in.height = 768;
+  ASSERT_TRUE(WriteFileAtomic(in.lyricPath, "[00:06.00]第一句\n[00:09.00]second\n"));  // LF, as most tools write
   const SubtitleArguments args = KaraokeLyricArguments(in, read);
   EXPECT_EQ(std::make_tuple(args.fontName, args.fontSize, args.bold, args.italic, args.encoding, args.karaokeStyle),
             std::make_tuple(std::string("楷体"), 28, 1, 0, 136, 1));
@@ -106,6 +107,8 @@ TEST(KaraokeJob, LyricsFollowTheKaraokeSettings) {
   const std::string ssa = UEFLoadTextFile(in.ssaPath, encoding);
   EXPECT_NE(ssa.find("{\\k300}{\\kf"), std::string::npos);  // the fill effect, per character
   EXPECT_NE(ssa.find("请{\\ko50}准"), std::string::npos);    // and the count-in
+  EXPECT_NE(ssa.find("PlayResY: 768\r\n"), std::string::npos);  // the video's height sizes the styles
+  EXPECT_NE(ssa.find("Style: Default2,Arial,38.4,"), std::string::npos);
   EXPECT_NE(ReadText(in.scriptPath).find("TextSub(\"" + in.ssaPath + "\")"), std::string::npos);
   EXPECT_EQ(ReadText(in.listPath), "2\r\n/p/0.jpg\r\n4\r\n/p/1.jpg\r\n5\r\n");
   for (const char* name : {"k.avs", "k.lst", "k.ssa"}) EXPECT_TRUE(FileExists(dir / ("keep/" + std::string(name))));

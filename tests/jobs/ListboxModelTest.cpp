@@ -243,7 +243,7 @@ TEST_F(ListboxModelTest, DamagedFilesReadAsJunk) {
       {"no bracket", "[Task1\r\nKey=a\r\n", 0, "", ""},
       {"blanks, case, quotes", "junk=1\n [task1] \n  kEY = a \nkey=b\nText=\"q\"\nnoise\n", 2, "a", "q"},
       {"huge line", "[Task1]\nText=" + std::string(1 << 20, 'x'), 2, "", std::string(254, 'x')},
-      {"bad numbers", "[Task1]\nKey=a\nItemMode=99999999999\nChecked=maybe\n", 2, "a", ""},
+      {"bad numbers, old Mac line ends", "[Task1]\rKey=a\rItemMode=99999999999\rChecked=maybe\r", 2, "a", ""},
       {"empty section name", "[Task1]\nKey=a\n[]\nText=z\n", 2, "a", ""},
   };
   for (const Case& c : cases) {

@@ -126,7 +126,7 @@ TEST_F(Profiles, PackEntriesAreReadAndAppliedWithCodecWarnings) {
                                     {"Category=5\nTitle=iPhone 测试\nOutputMode=IPHONE\nVideoCodec=LIBX264\nAudioCodec=AAC\n",
                                      "Title=no category\nOutputMode=MP4\n",
                                      "Category=99\nTitle=bad category\n",
-                                     "Category=1\r\nTitle=Opus\r\nOutputMode=OGG\r\nVideoCodec=禁用视频\r\nAudioCodec=LIBOPUS\r\n"});
+                                     "Category=1\r\nTitle=Opus\rOutputMode=OGG\nVideoCodec=禁用视频\rAudioCodec=LIBOPUS\r\n"});
   const std::vector<Profile> profiles = LoadProfilePack(pack);
   ASSERT_EQ(profiles.size(), 2u);
   EXPECT_EQ(profiles[0].title, "iPhone 测试");

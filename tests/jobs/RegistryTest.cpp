@@ -47,7 +47,7 @@ TEST_F(RegistryStore, ValuesOfAnotherTypeOrTornLinesReadAsTheDefault) {
                   "[HKEY_CURRENT_USER\\Software\\Calder\\ZEL\\Settings]\n"
                   "\"Build\"=dword:00006595\n"
                   "\"Theme\"=hex(2):41,00\n"
-                  "\"Torn\"=\"no closing quote\n"
+                  "\"Torn\"=\"no closing quote\r"
                   "\"Good\"=\"yes\"\r\n"
                   "junk line\n"
                   "[unterminated\n"

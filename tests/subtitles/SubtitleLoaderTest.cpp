@@ -19,8 +19,9 @@ TEST(SubtitleLoader, CandidatesGoPlainFirstThenByLanguageTag) {
 
 TEST(SubtitleLoader, TableEntriesAllHaveEndsAndTheLastLineCounts) {
   test::TempDir dir;
-  // No CRLF after the last line: the player's loader still reads it.
-  ASSERT_TRUE(WriteFileAtomic(dir / "w.lrc", "[ti:x]\r\n[00:04.00]b\r\n[00:01.00]a"));
+  // Line ends of every system, and none after the last line: the player's loader
+  // still reads that one.
+  ASSERT_TRUE(WriteFileAtomic(dir / "w.lrc", "[ti:x]\n[00:04.00]b\r[00:01.00]a"));
   EXPECT_EQ(LoadSubtitleFormFile(dir / "w.lrc", -0.5),
             (std::vector<std::string>{"00:00:00,500->00:00:03,500|a\r\n", "00:00:03,500->00:00:13,500|b\r\n"}));
   EXPECT_TRUE(LoadSubtitleFormFile(dir / "v.sub", 0).empty());

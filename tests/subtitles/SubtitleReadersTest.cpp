@@ -35,6 +35,10 @@ TEST(SubtitleReaders, EachTypeBoilsItsLinesDownToCells) {
        {"Format: Name, Fontname", "Format: Layer, Start, End, Style, Text",
         "Dialogue: 0,0:00:01.00,0:00:02.50,Default,{\\b1}Hi, there\\Nyou", "Comment: 0,0:00:09.00,0:00:10.00,x,y"},
        {"", "0:00:01.00->0:00:02.50|Hi, there\\Nyou"}},
+      {"SubStation: a short Dialogue line is still an entry, the fields it lacks empty",
+       kSubtitleSubStation,
+       {"Format: Layer, Start, End, Style, Text", "Dialogue: 0,0:00:01.00", "dialogue: 0", "Dialogue: 0,1,2,S,a,b"},
+       {"", "0:00:01.00->|", "->|", "1->2|a,b"}},
       {"LRC: several tags give several cells; a metadata tag has no text",
        kSubtitleLrc,
        {"[ti:Song]", "[00:01.00][00:02.00]hello", "no tag"},
@@ -138,13 +142,6 @@ TEST(SubtitleCells, ExtraLineAndSortFollowTheText) {
   // Text order: "10:00.00" before "9:00.00"; equal cells keep their order.
   EXPECT_EQ(cells, (std::vector<std::string>{"0", "00:01|a", "00:01|b", "00:01|b", "00:01|b", "10:00.00|ten",
                                              "9:00.00|nine"}));
-}
-
-TEST(SubtitleCells, LinesSplitAtCrLfAndTheConverterDropsTheLast) {
-  const std::string text = "a\r\nb\nc\r\nlast";
-  EXPECT_EQ(SplitSubtitleLines(text, false), (std::vector<std::string_view>{"a", "b\nc"}));
-  EXPECT_EQ(SplitSubtitleLines(text, true).back(), "last");
-  EXPECT_TRUE(SplitSubtitleLines("no line end", false).empty());
 }
 
 }  // namespace

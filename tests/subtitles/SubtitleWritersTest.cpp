@@ -87,6 +87,47 @@ TEST(SubtitleWriters, SubStationPlainLinesBannerAndTitle) {
             std::string::npos);
 }
 
+TEST(SubtitleWriters, SubStationSizesFromTheScriptHeightArePlainDecimals) {
+  struct Case {
+    int playResY;
+    int fontSize;
+    std::vector<std::string> styles;  // Default0 to Default3
+    std::string titleSize;
+  };
+  // A karaoke job passes the video's height; 768 * 0.05 must not print as
+  // 38.400000000000006.
+  const Case cases[] = {
+      {768, 21,
+       {"Style: Default0,Arial,21,&HFF,&HFFFFFF,&H0,&H0,0,0,0,1,1,1,15,15,51.5,0,134",
+        "Style: Default1,Arial,21,&HFF,&HFFFFFF,&H0,&H0,0,0,0,1,1,3,15,15,20,0,134",
+        "Style: Default2,Arial,38.4,&HFFFFFF,&H0,&H0,&H0,1,0,1,2,1,1,15,15,691.2,0,134",
+        "Style: Default3,Arial,61.44,&HFFFFFF,&HFFFFFF,&H0,&H0,1,0,1,2,1,10,35,35,0,0,134"},
+       "{\\fs53}"},
+      {1080, 18,
+       {"Style: Default0,Arial,18,&HFF,&HFFFFFF,&H0,&H0,0,0,0,1,1,1,15,15,47,0,134",
+        "Style: Default1,Arial,18,&HFF,&HFFFFFF,&H0,&H0,0,0,0,1,1,3,15,15,20,0,134",
+        "Style: Default2,Arial,54,&HFFFFFF,&H0,&H0,&H0,1,0,1,2,1,1,15,15,972,0,134",
+        "Style: Default3,Arial,86.4,&HFFFFFF,&HFFFFFF,&H0,&H0,1,0,1,2,1,10,35,35,0,0,134"},
+       "{\\fs75}"},
+      {575, 25,
+       {"Style: Default0,Arial,25,&HFF,&HFFFFFF,&H0,&H0,0,0,0,1,1,1,15,15,57.5,0,134",
+        "Style: Default1,Arial,25,&HFF,&HFFFFFF,&H0,&H0,0,0,0,1,1,3,15,15,20,0,134",
+        "Style: Default2,Arial,28.75,&HFFFFFF,&H0,&H0,&H0,1,0,1,2,1,1,15,15,517.5,0,134",
+        "Style: Default3,Arial,46,&HFFFFFF,&HFFFFFF,&H0,&H0,1,0,1,2,1,10,35,35,0,0,134"},
+       "{\\fs40}"},
+  };
+  for (const Case& c : cases) {
+    SubtitleArguments args;
+    args.karaokeStyle = 1;
+    args.playResY = c.playResY;
+    args.fontSize = c.fontSize;
+    args.title = "Song\r\nSinger";
+    const std::vector<std::string> lines = LinesFrom(Write({"", "00:00:01,000|a"}, 2, args), "Style:");
+    EXPECT_EQ(std::vector<std::string>(lines.begin(), lines.begin() + 4), c.styles) << c.playResY;
+    EXPECT_TRUE(EndsWith(lines[lines.size() - 2], "Song\\N\\N" + c.titleSize + "Singer")) << c.playResY;
+  }
+}
+
 TEST(SubtitleWriters, KaraokeScriptKeepsTheRawMarkerAndTimesEachCharacter) {
   SubtitleArguments args;
   args.timeOffset = 0;
@@ -107,6 +148,8 @@ TEST(SubtitleWriters, FixedHeadersStandAsWritten) {
   EXPECT_EQ(Split(Write(cells, kSubtitleTabField), "\r\n")[16], "$ColorIndex1\t\t\t=\t0   ");
   EXPECT_EQ(Split(Write(cells, kSubtitleTabField), "\r\n")[21], "$TapeOffset\t\t\t=\tFALSE");
   EXPECT_EQ(Write(cells, kSubtitleCircled), "⑩00000080⑿\r\nx\r\n");
+  // The sign stands before eight digits: 100 ms less the offset is -100 ms.
+  EXPECT_EQ(Write({"", "00:00:00,100|y"}, kSubtitleCircled), "⑩-00000010⑿\r\ny\r\n");
   EXPECT_EQ(Write(cells, kSubtitleSami), "<SAMI>\r\n<BODY>\r\n<sync start=800>x\r\n</BODY>\r\n</SAMI>\r\n");
   EXPECT_EQ(Write(cells, kSubtitleBracket), "[00:00:00]x\r\n[00:00:01]\r\n");
   EXPECT_EQ(Write(cells, kSubtitleEquals), "{* VIPLAY SUBTITLE FILE *}\r\n00:00:00,800-00:00:01,800=x\r\n");
@@ -122,7 +165,7 @@ TEST(SubtitleWriters, EveryWriterReadsBackThroughItsReader) {
     std::vector<std::string> back(1);
     ReaderState state;
     const std::string written = Write(cells, type, args);
-    for (std::string_view line : SplitSubtitleLines(written, false)) {
+    for (std::string_view line : SplitLines(written, LastLine::Drop)) {
       ReadSubtitleLine(type, line, back, state);
     }
     std::vector<std::string> texts;
