@@ -185,4 +185,10 @@ std::optional<FileStamp> StampOf(const std::string& path) {
   return FileStamp{info.st_dev, info.st_ino, info.st_size, info.st_mtim, info.st_ctim};
 }
 
+bool SameFile(const std::string& a, const std::string& b) {
+  if (a == b) return true;
+  const auto first = StampOf(a), second = StampOf(b);
+  return first && second && first->device == second->device && first->inode == second->inode;
+}
+
 }  // namespace zel

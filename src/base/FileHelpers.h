@@ -57,6 +57,8 @@ struct FileStamp {
 };
 // Nothing when the file cannot be reached.
 std::optional<FileStamp> StampOf(const std::string& path);
+// One file under two names (a link, a second path to it), or one name twice.
+bool SameFile(const std::string& a, const std::string& b);
 
 // `path` itself when `overwrite` is set or nothing is there; otherwise the first
 // free "stem(n).ext" for n from 1 to 99999, or "" when all are taken.

@@ -89,11 +89,6 @@ std::optional<TagsOptions> ParseTagsOptions(const Args& args) {
   return options;
 }
 
-bool SameFile(const std::string& a, const std::string& b) {
-  const std::optional<FileStamp> first = StampOf(a), second = StampOf(b);
-  return first && second && first->device == second->device && first->inode == second->inode;
-}
-
 // Whether the file starts with an MPEG audio frame's sync bits.
 bool StartsWithMpegAudio(const std::string& path) {
   unsigned char head[2] = {};

@@ -8,16 +8,6 @@
 
 namespace zel {
 
-namespace {
-
-bool SameFile(const std::string& a, const std::string& b) {
-  if (a == b) return true;
-  const auto first = StampOf(a), second = StampOf(b);
-  return first && second && first->device == second->device && first->inode == second->inode;
-}
-
-}  // namespace
-
 bool FFmpegX::ConvertSubtitle(const std::vector<std::string>& files, const SubtitleArguments& args) {
   const bool wasProcessing = processing_;
   processing_ = true;

@@ -47,13 +47,6 @@ double PointSeconds(std::string_view text) {
 
 std::string Extension(std::string_view path) { return LowerAscii(ExtensionOf(path)); }
 
-// One file under two names, or one name.
-bool SameFile(const std::string& a, const std::string& b) {
-  if (a == b) return true;
-  const auto first = StampOf(a), second = StampOf(b);
-  return first && second && first->device == second->device && first->inode == second->inode;
-}
-
 int64_t FreeSpace(const std::string& folder) {
   struct statvfs info {};
   if (::statvfs(folder.c_str(), &info) != 0) return -1;

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 
@@ -21,6 +22,15 @@ TEST(FileHelpers, ExistenceTellsFilesFromFolders) {
   EXPECT_TRUE(MakedPath(dir / "a/b/c"));
   EXPECT_TRUE(DirectoryExists(dir / "a/b/c"));
   EXPECT_FALSE(MakedPath(dir / "f.txt/sub"));
+
+  // One file under another name is the same file; a copy is not.
+  ASSERT_EQ(::symlink((dir / "f.txt").c_str(), (dir / "link").c_str()), 0);
+  ASSERT_TRUE(WriteText("x", dir / "copy.txt", false));
+  EXPECT_TRUE(SameFile(dir / "f.txt", dir / "link"));
+  EXPECT_TRUE(SameFile(dir / "a/../f.txt", dir / "f.txt"));
+  EXPECT_FALSE(SameFile(dir / "f.txt", dir / "copy.txt"));
+  EXPECT_TRUE(SameFile(dir / "gone", dir / "gone"));
+  EXPECT_FALSE(SameFile(dir / "gone", dir / "f.txt"));
 }
 
 TEST(FileHelpers, WriteTextReplacesOrAppendsWithLineEnds) {
