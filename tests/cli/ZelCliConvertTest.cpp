@@ -157,11 +157,11 @@ TEST_F(ZelCliConvert, ACoverStaysOutUnlessAPictureIsAsked) {
 }
 
 // The first audio stream, as the old tool took it, unless the user chose another;
-// today's FFmpeg would take the one with the most channels.
+// today's FFmpeg would take the stereo one, marked as the default.
 TEST_F(ZelCliConvert, TheChosenAudioStreamIsConverted) {
   Ffmpeg({"-f", "lavfi", "-i", "testsrc=size=160x120:duration=2", "-f", "lavfi", "-i", "sine=frequency=440:duration=2",
           "-f", "lavfi", "-i", "sine=frequency=880:duration=2", "-map", "0", "-map", "1", "-map", "2", "-ac:a:1", "2",
-          "-c:v", "mpeg4", "-c:a", "aac", dir / "two.mkv"});
+          "-disposition:a:0", "0", "-disposition:a:1", "default", "-c:v", "mpeg4", "-c:a", "aac", dir / "two.mkv"});
   EXPECT_EQ(Streams(Convert({"--format", "MP4", dir / "two.mkv"}), "codec_type,channels"), "video\naudio,1");
 
   const std::vector<std::string> choice{"--format", "MP4", "--set", "DefaultAudioStream=0:2", "--set",
