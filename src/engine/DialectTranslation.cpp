@@ -182,13 +182,13 @@ constexpr StreamKind kStreamKinds[] = {
 };
 
 // Today's FFmpeg picks streams by rules of its own: the largest picture, a sound
-// file's cover among them (which an MP4 refuses), the sound with the most channels,
-// and subtitles wherever the container takes them. The old tool took the first video
-// and the first audio stream, subtitles only for a subtitle codec, one stream more
-// for each "-new..." marker after the output, and knew no covers. Those streams are
-// mapped, each optional, so a file without one still converts. Maps given in the
-// command win. A still picture is left to FFmpeg, which prefers a real picture and
-// falls back to the cover.
+// file's cover among them (which an MP4 refuses), the sound marked as the default or
+// with the most channels, and subtitles wherever the container takes them. The old
+// tool took the first video and the first audio stream, subtitles only for a
+// subtitle codec, one stream more for each "-new..." marker after the output, and
+// knew no covers. Those streams are mapped, each optional, so a file without one
+// still converts. Maps given in the command win. A still picture is left to FFmpeg,
+// which prefers a real picture and falls back to the cover.
 void MapStreams(Tokens& tokens, const TranslationContext& context) {
   const size_t output = OutputIndex(tokens);
   if (output == 0) return;
