@@ -1,6 +1,7 @@
 #include "engine/DialectTranslation.h"
 
 #include <charconv>
+#include <initializer_list>
 #include <optional>
 #include <vector>
 
@@ -78,101 +79,257 @@ void MarkPaths(Tokens& tokens) {
   if (output > firstInput && tokens[output].role == Role::Plain) tokens[output].role = Role::Output;
 }
 
+size_t OutputIndex(const Tokens& tokens) {
+  for (size_t i = 0; i < tokens.size(); ++i) {
+    if (tokens[i].role == Role::Output) return i;
+  }
+  return 0;
+}
+
+// Whether one of these options stands among the first `end` tokens.
+bool Given(const Tokens& tokens, size_t end, std::initializer_list<std::string_view> options) {
+  for (size_t i = 0; i < end; ++i) {
+    for (std::string_view option : options) {
+      if (Is(tokens[i], option)) return true;
+    }
+  }
+  return false;
+}
+
+void InsertBefore(Tokens& tokens, size_t at, const Words& words) {
+  Tokens inserted;
+  for (const std::string& word : words) inserted.push_back({word});
+  tokens.insert(tokens.begin() + static_cast<std::ptrdiff_t>(at), inserted.begin(), inserted.end());
+}
+
+// The codecs each format's description promises. A command that names no codec
+// leaves the choice to the muxer, and today's muxers choose otherwise (MP4 and MOV
+// take H.264, which ignores "-qscale"), so such a command gets the promised codec.
+// Where a description leaves a choice, or today's FFmpeg lacks the encoder, the
+// muxer still chooses.
+struct FormatPromise {
+  std::string_view formats;  // blank-separated keys
+  std::string_view video;    // encoder; "" leaves the choice to the muxer
+  std::string_view audio;
+  std::string_view quality;  // what "-qscale" becomes for this video encoder; "" keeps it
+  bool stillPicture;         // one frame: a sound file's cover may serve as the picture
+};
+
+constexpr FormatPromise kFormatPromises[] = {
+    {"mp4 mov", "mpeg4", "aac", "", false},
+    {"avi divx", "mpeg4", "libmp3lame", "", false},
+    {"xvid svi", "libxvid", "libmp3lame", "", false},
+    // The composition gives an x264 target its quality as "-crf"; one named here gets the same.
+    {"mkv h264 psp ipod iphone", "libx264", "aac", "-crf", false},
+    {"3gp h263", "h263", "", "", false},
+    {"flv", "flv", "libmp3lame", "", false},
+    {"wmv asf", "wmv2", "wmav2", "", false},
+    {"webm", "libvpx", "libvorbis", "", false},
+    {"amv", "amv", "adpcm_ima_amv", "", false},
+    {"mpeg", "mpeg1video", "mp2", "", false},
+    {"mpeg-ts", "mpeg2video", "mp2", "", false},
+    {"mjpeg", "mjpeg", "pcm_s16le", "", false},
+    {"gif", "gif", "", "", false},
+    {"png", "png", "", "", true},
+    {"mp3", "", "libmp3lame", "", false},
+    {"mp2", "", "mp2", "", false},
+    {"aac m4a", "", "aac", "", false},
+    {"wma", "", "wmav2", "", false},
+    {"ogg", "", "libvorbis", "", false},
+    {"flac", "", "flac", "", false},
+    {"ac3", "", "ac3", "", false},
+    {"wav", "", "pcm_s16le", "", false},
+};
+
+const FormatPromise* PromiseFor(std::string_view format) {
+  for (const FormatPromise& promise : kFormatPromises) {
+    for (std::string_view key : SplitOn(promise.formats, ' ')) {
+      if (!format.empty() && key == format) return &promise;
+    }
+  }
+  return nullptr;
+}
+
+// A codec counts as named by any spelling, and a disc target names its own.
+void NamePromisedCodecs(Tokens& tokens, const TranslationContext& context) {
+  const FormatPromise* promise = PromiseFor(context.format);
+  const size_t output = OutputIndex(tokens);
+  if (promise == nullptr || output == 0 || Given(tokens, output, {"-target"})) return;
+  Words named;
+  if (!promise->video.empty() && !Given(tokens, output, {"-vn", "-vcodec", "-c:v", "-codec:v", "-c", "-codec"})) {
+    named.insert(named.end(), {"-vcodec", std::string(promise->video)});
+    for (size_t i = 0; !promise->quality.empty() && i < output; ++i) {
+      if (Is(tokens[i], "-qscale")) tokens[i].text = promise->quality;
+    }
+  }
+  if (!promise->audio.empty() && !Given(tokens, output, {"-an", "-acodec", "-c:a", "-codec:a", "-c", "-codec"})) {
+    named.insert(named.end(), {"-acodec", std::string(promise->audio)});
+  }
+  InsertBefore(tokens, output, named);
+}
+
 struct StreamKind {
-  std::string_view marker;   // the old option that added one more stream of the kind
-  std::string_view disable;  // the option that leaves the kind out
-  std::string_view letter;   // today's stream specifier
-  bool takenByDefault;       // the old tool took the first such stream unasked
+  std::string_view marker;     // the old option that added one more stream of the kind
+  std::string_view disable;    // the option that leaves the kind out
+  std::string_view specifier;  // today's stream specifier; "V" passes over cover pictures
+  std::string_view askedBy;    // the first stream is taken only when this is given; "" always
 };
 
 constexpr StreamKind kStreamKinds[] = {
-    {"-newvideo", "-vn", "v", true},
-    {"-newaudio", "-an", "a", true},
-    {"-newsubtitle", "-sn", "s", false},
+    {"-newvideo", "-vn", "V", ""},
+    {"-newaudio", "-an", "a", ""},
+    {"-newsubtitle", "-sn", "s", "-scodec"},
 };
 
-// Today "-new..." is gone: every stream the old tool would have written is mapped
-// instead, and the codec options that followed each marker already reach all streams of
-// their kind, since they carry no stream specifier. Maps given in the command win.
-void MapExtraStreams(Tokens& tokens, const TranslationContext&) {
-  size_t output = 0;
-  for (size_t i = 0; i < tokens.size(); ++i) {
-    if (tokens[i].role == Role::Output) output = i;
-  }
-  if (output == 0 || output + 1 == tokens.size()) return;
+// Today's FFmpeg picks streams by rules of its own: the largest picture, a sound
+// file's cover among them (which an MP4 refuses), the sound marked as the default or
+// with the most channels, and subtitles wherever the container takes them. The old
+// tool took the first video and the first audio stream, subtitles only for a
+// subtitle codec, one stream more for each "-new..." marker after the output, and
+// knew no covers. Those streams are mapped, each optional, so a file without one
+// still converts. Maps given in the command win. A still picture is left to FFmpeg,
+// which prefers a real picture and falls back to the cover.
+void MapStreams(Tokens& tokens, const TranslationContext& context) {
+  const size_t output = OutputIndex(tokens);
+  if (output == 0) return;
 
-  int added[std::size(kStreamKinds)] = {};
+  int markers[std::size(kStreamKinds)] = {};
   for (size_t i = output + 1; i < tokens.size(); ++i) {
-    for (size_t k = 0; k < std::size(kStreamKinds); ++k) added[k] += Is(tokens[i], kStreamKinds[k].marker) ? 1 : 0;
+    for (size_t k = 0; k < std::size(kStreamKinds); ++k) markers[k] += Is(tokens[i], kStreamKinds[k].marker) ? 1 : 0;
   }
   tokens.resize(output + 1);
 
-  bool mapped = false;
-  bool disabled[std::size(kStreamKinds)] = {};
-  for (size_t i = 0; i < output; ++i) {
-    mapped = mapped || Is(tokens[i], "-map");
-    for (size_t k = 0; k < std::size(kStreamKinds); ++k)
-      disabled[k] = disabled[k] || Is(tokens[i], kStreamKinds[k].disable);
-  }
-  if (mapped) return;
-
-  Tokens maps;
+  const FormatPromise* promise = PromiseFor(context.format);
+  if (Given(tokens, output, {"-map"}) || (promise != nullptr && promise->stillPicture)) return;
+  Words maps;
   for (size_t k = 0; k < std::size(kStreamKinds); ++k) {
-    if (disabled[k]) continue;
-    const std::string prefix = "0:" + std::string(kStreamKinds[k].letter) + ":";
-    if (added[k] == 0 && kStreamKinds[k].takenByDefault) {
-      // The old tool took the first one only if there was one.
-      maps.insert(maps.end(), {{"-map"}, {prefix + "0?"}});
+    const StreamKind& kind = kStreamKinds[k];
+    if (Given(tokens, output, {kind.disable})) continue;
+    const bool first = kind.askedBy.empty() || Given(tokens, output, {kind.askedBy});
+    const int count = (first ? 1 : 0) + markers[k];
+    for (int n = 0; n < count; ++n) {
+      maps.insert(maps.end(), {"-map", "0:" + std::string(kind.specifier) + ":" + std::to_string(n) + "?"});
     }
-    for (int n = 0; added[k] > 0 && n <= added[k]; ++n)
-      maps.insert(maps.end(), {{"-map"}, {prefix + std::to_string(n)}});
   }
-  tokens.insert(tokens.begin() + static_cast<std::ptrdiff_t>(output), maps.begin(), maps.end());
+  InsertBefore(tokens, output, maps);
 }
 
-// The old crop read left:top:width:height; today it reads width:height:left:top. Named
-// or shorter forms are already in today's terms.
-std::string ReorderCrops(std::string_view chain) {
+// Old filters whose arguments today's FFmpeg reads otherwise, given all fields by position.
+struct FilterRule {
+  std::string_view name;
+  size_t fields;
+  std::string (*rewrite)(const std::vector<std::string_view>& fields);
+};
+
+bool IsNumber(std::string_view text) {
+  double value = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  return !text.empty() && error == std::errc() && end == text.data() + text.size();
+}
+
+const FilterRule kFilterRules[] = {
+    // The old crop read left:top:width:height; today it reads width:height:left:top.
+    {"crop", 4,
+     [](const std::vector<std::string_view>& f) {
+       return std::string(f[2]) + ":" + std::string(f[3]) + ":" + std::string(f[0]) + ":" + std::string(f[1]);
+     }},
+    // The old rotate took degrees and grew the frame to hold the turned picture.
+    {"rotate", 1,
+     [](const std::vector<std::string_view>& f) {
+       const std::string angle = std::string(f[0]) + "*PI/180";
+       return IsNumber(f[0]) ? angle + ":ow=rotw(" + angle + "):oh=roth(" + angle + ")" : std::string(f[0]);
+     }},
+};
+
+// Named or shorter forms are already in today's terms.
+std::string TodaysFilters(std::string_view chain) {
   std::vector<std::string> filters;
   for (std::string_view filter : SplitOn(chain, ',')) {
-    constexpr std::string_view kCrop = "crop=";
+    const size_t equals = filter.find('=');
+    const std::string_view name = filter.substr(0, equals);
+    const FilterRule* rule = nullptr;
+    for (const FilterRule& r : kFilterRules) rule = r.name == name && equals != std::string_view::npos ? &r : rule;
     const std::vector<std::string_view> f =
-        filter.starts_with(kCrop) ? SplitOn(filter.substr(kCrop.size()), ':') : std::vector<std::string_view>{};
-    bool positional = f.size() == 4;
+        rule != nullptr ? SplitOn(filter.substr(equals + 1), ':') : std::vector<std::string_view>{};
+    bool positional = rule != nullptr && f.size() == rule->fields;
     for (std::string_view field : f) positional = positional && field.find('=') == std::string_view::npos;
-    if (!positional) {
-      filters.emplace_back(filter);
-      continue;
-    }
-    filters.push_back(std::string(kCrop) + std::string(f[2]) + ":" + std::string(f[3]) + ":" + std::string(f[0]) + ":" +
-                      std::string(f[1]));
+    filters.push_back(positional ? std::string(name) + "=" + rule->rewrite(f) : std::string(filter));
   }
   return JoinWith(filters, ',');
 }
 
-// The old tool applied every "-vf" in turn; today only the last one counts, so they
-// become one chain where the first stood. The old "-deinterlace" worked on the decoded
-// picture before any filter, so "yadif" leads the chain: after a crop of an odd number
-// of lines it would see the fields swapped.
-void JoinVideoFilters(Tokens& tokens, const TranslationContext&) {
-  Tokens kept;
-  std::vector<std::string> chain;
-  bool deinterlace = false;
-  std::optional<size_t> place;
-  for (size_t i = 0; i < tokens.size(); ++i) {
-    if (Is(tokens[i], "-deinterlace")) {
-      deinterlace = true;
-    } else if (Is(tokens[i], "-vf") && i + 1 < tokens.size() && tokens[i + 1].role == Role::Plain) {
-      chain.push_back(ReorderCrops(tokens[++i].text));
-    } else {
-      kept.push_back(std::move(tokens[i]));
-      continue;
-    }
-    if (!place) place = kept.size();
+// A pixel format the old row asked for, which today's encoder only approaches with a
+// fixed palette: the picture gets a palette of its own instead.
+struct PaletteRule {
+  std::string_view container;
+  std::string_view pixelFormat;
+  std::string_view filters;
+};
+
+constexpr PaletteRule kPaletteRules[] = {
+    {"gif", "rgb24", "split[frames][stats];[stats]palettegen[palette];[frames][palette]paletteuse"},
+};
+
+// "-s WxH" as a filter: today it scales after the whole chain.
+std::string ScaleFilter(std::string_view size) {
+  const size_t x = size.find('x');
+  if (x != std::string_view::npos && AllDigits(size.substr(0, x)) && AllDigits(size.substr(x + 1))) {
+    return "scale=" + std::string(size.substr(0, x)) + ":" + std::string(size.substr(x + 1));
   }
-  if (place) {
-    if (deinterlace) chain.insert(chain.begin(), "yadif");
-    kept.insert(kept.begin() + static_cast<std::ptrdiff_t>(*place), {{"-vf"}, {JoinWith(chain, ',')}});
+  return "scale=s=" + std::string(size);
+}
+
+// The old tool kept one "-vf", the last, and ran it on the picture already scaled to
+// "-s" and deinterlaced; the letterbox is worked out in the scaled picture's pixels.
+// Today "-s" scales after the chain, so it joins the chain: ahead of a "-vf" that
+// follows it, behind one given before it (the explicit crop and pad are in the
+// source's pixels). "yadif" leads: after a crop of an odd number of lines it would
+// see the fields swapped. A palette of the picture's own comes last, after any scaling.
+void BuildVideoChain(Tokens& tokens, const TranslationContext&) {
+  std::optional<size_t> filtersAt, sizeAt, pixelFormatAt, first;
+  bool deinterlace = false;
+  std::string_view container;
+  bool afterInput = false;
+  for (size_t i = 0; i < tokens.size(); ++i) {
+    afterInput = afterInput || tokens[i].role == Role::Input;
+    const bool valued = i + 1 < tokens.size() && tokens[i + 1].role == Role::Plain;
+    if (Is(tokens[i], "-f") && valued) container = tokens[i + 1].text;
+    std::optional<size_t>* found = Is(tokens[i], "-vf") && valued                      ? &filtersAt
+                                   : afterInput && Is(tokens[i], "-s") && valued       ? &sizeAt
+                                   : afterInput && Is(tokens[i], "-pix_fmt") && valued ? &pixelFormatAt
+                                                                                       : nullptr;
+    if (found != nullptr) *found = i;
+    deinterlace = deinterlace || Is(tokens[i], "-deinterlace");
+    if (!first && (found != nullptr || Is(tokens[i], "-deinterlace"))) first = i;
+  }
+  const PaletteRule* palette = nullptr;
+  for (const PaletteRule& rule : kPaletteRules) {
+    if (pixelFormatAt && container == rule.container && tokens[*pixelFormatAt + 1].text == rule.pixelFormat)
+      palette = &rule;
+  }
+  if (!filtersAt && !deinterlace && !palette) return;
+
+  std::vector<std::string> chain;
+  if (deinterlace) chain.emplace_back("yadif");
+  const bool scaleFirst = sizeAt && (!filtersAt || *sizeAt < *filtersAt);
+  if (scaleFirst) chain.push_back(ScaleFilter(tokens[*sizeAt + 1].text));
+  if (filtersAt) chain.push_back(TodaysFilters(tokens[*filtersAt + 1].text));
+  if (sizeAt && !scaleFirst) chain.push_back(ScaleFilter(tokens[*sizeAt + 1].text));
+  if (palette) chain.emplace_back(palette->filters);
+
+  Tokens kept;
+  afterInput = false;
+  for (size_t i = 0; i < tokens.size(); ++i) {
+    afterInput = afterInput || tokens[i].role == Role::Input;
+    if (i == *first) kept.insert(kept.end(), {{"-vf"}, {JoinWith(chain, ',')}});
+    const bool valued = i + 1 < tokens.size() && tokens[i + 1].role == Role::Plain;
+    const bool dropped = (Is(tokens[i], "-vf") && valued) || (afterInput && Is(tokens[i], "-s") && valued) ||
+                         (palette && i == *pixelFormatAt);
+    if (dropped) {
+      ++i;
+    } else if (!Is(tokens[i], "-deinterlace")) {
+      kept.push_back(std::move(tokens[i]));
+    }
   }
   tokens = std::move(kept);
 }
@@ -410,9 +567,11 @@ void RewriteOptions(Tokens& tokens, const TranslationContext& context) {
 
 using Pass = void (*)(Tokens&, const TranslationContext&);
 
-// In this order: the extra-stream sections go first, so that their filters and codec
-// options are not rewritten into the main stream's.
-constexpr Pass kPasses[] = {MapExtraStreams, JoinVideoFilters, RewriteOptions};
+// In this order: codecs are named from the main section alone; the extra-stream
+// sections then go, so that their filters and codec options are not rewritten into
+// the main stream's; the chain is built from old filters, which the option rules
+// would not know; the options are respelt last, the old "-qscale" among them.
+constexpr Pass kPasses[] = {NamePromisedCodecs, MapStreams, BuildVideoChain, RewriteOptions};
 
 bool NeedsQuotes(std::string_view text) {
   return text.empty() || text.find_first_of(" \t\"") != std::string_view::npos;

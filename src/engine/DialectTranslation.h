@@ -7,7 +7,8 @@
 namespace zel {
 
 struct TranslationContext {
-  std::string today;  // local date "YYYY-MM-DD": the old "-timestamp" gave only a time of that day
+  std::string today;   // local date "YYYY-MM-DD": the old "-timestamp" gave only a time of that day
+  std::string format;  // the output format's key in lower case ("mp4", "gif"): the codecs it promises
 };
 
 // Turns a command composed in the old FFmpeg's option syntax into one today's FFmpeg

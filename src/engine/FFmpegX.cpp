@@ -120,6 +120,8 @@ void FFmpegX::SetFilename(const std::string& filename) {
   defaultVideoStream_.clear();
   defaultAudioStream_.clear();
   defaultSubtitleStream_.clear();
+  videoMapStream_.clear();
+  audioMapStream_.clear();
   // A name ending in ":" is a disc drive, read as it plays.
   if (!EndsWith(first, ":")) streamInfo_ = ProbeSource(first);
 

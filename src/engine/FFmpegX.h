@@ -148,6 +148,11 @@ class FFmpegX {
   const std::string& DefaultVideoStream() const { return defaultVideoStream_; }
   const std::string& DefaultAudioStream() const { return defaultAudioStream_; }
   const std::string& DefaultSubtitleStream() const { return defaultSubtitleStream_; }
+  // The first video stream that is no cover picture and the first audio stream, as
+  // the old "-map" names them ("0.1"), whichever notation the core printed; "" for
+  // none. Unlike the defaults above they describe the last probe.
+  const std::string& VideoMapStream() const { return videoMapStream_; }
+  const std::string& AudioMapStream() const { return audioMapStream_; }
   int VideoStreamCount() const { return videoStreamCount_; }
   int AudioStreamCount() const { return audioStreamCount_; }
   int SubtitleStreamCount() const { return subtitleStreamCount_; }
@@ -357,6 +362,9 @@ class FFmpegX {
   std::string ReadProbeText(const std::string& path, const std::string& toolText);
   // The number of a stream line ("Stream#0.1(eng):Audio:..." gives "0.1").
   static std::string GetStreamNumber(std::string_view line);
+  // The number of a stream line in the old notation, from either notation:
+  // "Stream#0:1(eng):Audio:..." and "Stream#0.1:Audio:..." both give "0.1".
+  static std::string MapStreamNumber(std::string_view line);
   // A subtitle file that accompanies a media file, or "".
   static std::string CheckSubtitle(std::string_view mediaPath);
 
@@ -478,6 +486,7 @@ class FFmpegX {
   std::string sourceFormat_, sourceSuffix_, fileInfo_, streamInfo_;
   std::string videoStreamInfo_, audioStreamInfo_, subtitleStreamInfo_;
   std::string defaultVideoStream_, defaultAudioStream_, defaultSubtitleStream_;
+  std::string videoMapStream_, audioMapStream_;
   int videoStreamCount_ = 0, audioStreamCount_ = 0, subtitleStreamCount_ = 0;
 
   std::string sourceVideoCodec_, targetVideoCodec_;

@@ -204,7 +204,7 @@ std::string FFmpegX::BuildCommand(int pass, int rotate, const std::string& extra
   }
   // A hand-written command is the user's own and runs as written.
   commandToRun_ = (!overridden && coreStatus_ == kCoreFFmpeg && coreDialect_ == ToolDialect::Today)
-                      ? TranslateToToday(command, TranslationContext{FormatLocalNow("%Y-%m-%d")})
+                      ? TranslateToToday(command, TranslationContext{FormatLocalNow("%Y-%m-%d"), forceFormat_})
                       : command;
   if (TestMode) WriteText(commandToRun_, outputDir_ + "Test.bat", false);
   return command;

@@ -64,6 +64,23 @@ std::string FFmpegX::GetStreamNumber(std::string_view line) {
   return ReplaceAll(number, "#", "");
 }
 
+std::string FFmpegX::MapStreamNumber(std::string_view line) {
+  const size_t stream = line.find("Stream");
+  if (stream == std::string_view::npos) return {};
+  size_t at = stream + 6;
+  if (at < line.size() && line[at] == '#') ++at;
+  auto digits = [&line, &at] {
+    const size_t from = at;
+    while (at < line.size() && line[at] >= '0' && line[at] <= '9') ++at;
+    return line.substr(from, at - from);
+  };
+  const std::string_view file = digits();
+  if (file.empty() || at >= line.size() || (line[at] != '.' && line[at] != ':')) return {};
+  ++at;
+  const std::string_view index = digits();
+  return index.empty() ? std::string() : std::string(file) + "." + std::string(index);
+}
+
 std::string FFmpegX::CheckSubtitle(std::string_view mediaPath) {
   const std::string base(SplitExtension(mediaPath).stem);
   for (std::string_view ending : kSubtitleEndings) {
@@ -99,6 +116,8 @@ std::string FFmpegX::ReadProbeFacts(const std::string& path, const std::string& 
   audioStreamInfo_.clear();
   subtitleStreamInfo_.clear();
   videoStreamCount_ = audioStreamCount_ = subtitleStreamCount_ = 0;
+  videoMapStream_.clear();
+  audioMapStream_.clear();
   sourceSuffix_ = LowerAscii(ExtensionOf(path));
   sourceFormat_ = sourceSuffix_;
 
@@ -187,6 +206,8 @@ void FFmpegX::ReadStreamLine(const std::string& line) {
     const size_t mark = pieces[0].find("Video:");
     sourceVideoCodec_ = Trim(std::string_view(pieces[0]).substr(mark + 6));
     if (defaultVideoStream_.empty()) defaultVideoStream_ = GetStreamNumber(line);
+    // A sound file's cover is a picture stream today; the old tool never saw it.
+    if (videoMapStream_.empty() && !Contains(line, "(attachedpic)")) videoMapStream_ = MapStreamNumber(line);
     for (const std::string& piece : pieces) {
       if (Contains(piece, "x")) {
         ReadSizePiece(piece, videoWidth_, videoHeight_);
@@ -206,6 +227,7 @@ void FFmpegX::ReadStreamLine(const std::string& line) {
       sourceAudioChannels_ = IsNumeric(channels) ? static_cast<float>(Val(channels)) : 2.0f;
     }
     if (defaultAudioStream_.empty()) defaultAudioStream_ = GetStreamNumber(line);
+    if (audioMapStream_.empty()) audioMapStream_ = MapStreamNumber(line);
     AppendLine(audioStreamInfo_, line);
     ++audioStreamCount_;
   } else if (Contains(line, "Subtitle:")) {

@@ -25,6 +25,24 @@ constexpr std::string_view kAnsiEncoding = "ANSI";
 
 std::string WithoutMe(std::string_view format) { return ReplaceAllNoCase(format, "/me", ""); }
 
+bool IsDigits(std::string_view text) {
+  return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
+}
+
+// "0:1", "#0:1" and a plain index "1" in the old notation "0.1"; other text stays as
+// typed, for the tool to judge.
+std::string OldStreamNumber(std::string_view chosen) {
+  std::string number = Trim(chosen);
+  if (StartsWith(number, "#")) number.erase(0, 1);
+  if (IsDigits(number)) return "0." + number;
+  const size_t colon = number.find(':');
+  const std::string_view text = number;
+  if (colon != std::string::npos && IsDigits(text.substr(0, colon)) && IsDigits(text.substr(colon + 1))) {
+    number[colon] = '.';
+  }
+  return number;
+}
+
 }  // namespace
 
 int SubtitleEncodingNumber(std::string_view name) {
@@ -65,6 +83,17 @@ float RatioSetting(std::string_view value) {
     return below == 0 ? 0.0f : static_cast<float>(Val(std::string_view(text).substr(0, at)) / below);
   }
   return static_cast<float>(Val(text));
+}
+
+std::string StreamChoiceText(std::string_view chosenVideo, std::string_view chosenAudio, std::string_view probedVideo,
+                             std::string_view probedAudio) {
+  if (Trim(chosenVideo).empty() && Trim(chosenAudio).empty()) return {};
+  const std::string video = Trim(chosenVideo).empty() ? std::string(probedVideo) : OldStreamNumber(chosenVideo);
+  const std::string audio = Trim(chosenAudio).empty() ? std::string(probedAudio) : OldStreamNumber(chosenAudio);
+  std::string text;
+  if (!video.empty()) text += " -map " + video + ":0.0";
+  if (!audio.empty()) text += " -map " + audio + ":0.1";
+  return text;
 }
 
 bool IsAudioOnlyFormat(std::string_view formatName) {
@@ -160,8 +189,13 @@ void ConfigureConversion(FFmpegX& engine, const ConversionTask& task, const Sett
   engine.Strict = whole("Strict");
   engine.x264QualityMode = read("x264QualityMode") == StrX264ConstantQuantizer ? 1 : 0;
 
-  engine.SetAdditionalScripts(read("AdditionalScripts"));
-  engine.SetAdditionalPass1Scripts(read("AdditionalPass1Scripts"));
+  // The streams the user chose go with the raw options, in the old syntax, so the
+  // first pass of an x264 job, which may have options of its own, reads the same streams.
+  const std::string streams = StreamChoiceText(read("DefaultVideoStream"), read("DefaultAudioStream"),
+                                               engine.VideoMapStream(), engine.AudioMapStream());
+  engine.SetAdditionalScripts(streams + " " + read("AdditionalScripts"));
+  const std::string firstPass = read("AdditionalPass1Scripts");
+  engine.SetAdditionalPass1Scripts(Trim(firstPass).empty() ? std::string() : streams + " " + firstPass);
   engine.SetImageSize(read("ImageSize"));
   engine.ImageQuality = whole("ImageQuality");
   engine.MetaData_Title = read("InfoTitle");

@@ -28,6 +28,12 @@ struct ConversionTask {
 int PriorityForSetting(std::string_view value);
 // "a:b", "axb", "a/b" give a divided by b; any other text is read as a number.
 float RatioSetting(std::string_view value);
+// The old "-map" text of the streams a user chose: " -map V:0.0 -map A:0.1", each
+// number the chosen one or, for the kind not chosen, the probed first stream. A
+// choice may be written "0.1", "0:1" or as a plain index. Empty when nothing is
+// chosen; a kind without a number is left out.
+std::string StreamChoiceText(std::string_view chosenVideo, std::string_view chosenAudio, std::string_view probedVideo,
+                             std::string_view probedAudio);
 // True when the format makes no picture, so that two passes make no sense.
 bool IsAudioOnlyFormat(std::string_view formatName);
 

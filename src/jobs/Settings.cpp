@@ -76,6 +76,8 @@ const SettingKey kKeys[] = {
     {"Twopass", StrNo},
     {"x264QualityMode", StrX264ConstantQuality},
     {"MultiVideoTrackSupport", StrNo},
+    // A stream number as the probe lists it; empty leaves the choice to the tool.
+    {"DefaultVideoStream", ""},
     {"VideoCropTop", "0"},
     {"VideoCropBottom", "0"},
     {"VideoCropLeft", "0"},
@@ -92,6 +94,7 @@ const SettingKey kKeys[] = {
     {"AudioChannels", ""},
     {"AudioVolume", ""},
     {"MultiAudioTrackSupport", StrNo},
+    {"DefaultAudioStream", ""},
     // Subtitle tracks and text
     {"SubtitleCodec", StrDisableSubtitle},
     {"SubtitleLang", ""},

@@ -56,6 +56,7 @@ TEST_F(ProbeTest, TodaysBannerIsReadByTheSameRules) {
   EXPECT_EQ(engine.AudioStreamCount(), 2);
   // The later stream notation gives the rule's own reading, not a clean number.
   EXPECT_EQ(engine.DefaultVideoStream(), "0:0:Video:h264");
+  EXPECT_EQ(engine.VideoMapStream() + " " + engine.AudioMapStream(), "0.0 0.1");  // what a map can use
   // A title follows its stream in the list only.
   EXPECT_TRUE(EndsWith(list, "Stream#0:2:Audio:aac(LC),44100Hz,mono,fltp, title:Director")) << list;
   EXPECT_FALSE(Contains(engine.AudioStreamInfo(), "title"));
@@ -87,6 +88,14 @@ TEST_F(ProbeTest, StreamVariantsAndContainerNames) {
   // Without a time the summary is the size and the picture.
   EXPECT_EQ(Probe("z.vob", "Stream #0.0: Video: h264, 1280x720, 29.97 tbr\n"),
             "6B, 1280x720, 29.97fps\r\n\r\nStream#0.0:Video:h264,1280x720,29.97tbr");
+
+  // A sound file's cover is counted as a picture, but no map takes it for the video.
+  Probe("c.mp3",
+        "Stream #0:0: Audio: mp3, 44100 Hz, mono, fltp, 64 kb/s\n"
+        "Stream #0:1: Video: png, rgb24(pc), 64x64 [SAR 1:1 DAR 1:1], 90k tbr, 90k tbn (attached pic)\n");
+  EXPECT_EQ(engine.VideoStreamCount(), 1);
+  EXPECT_EQ(engine.VideoMapStream(), "");
+  EXPECT_EQ(engine.AudioMapStream(), "0.0");
 }
 
 TEST(ProbeHelpers, StreamNumbersAndCompanionSubtitles) {
@@ -97,6 +106,14 @@ TEST(ProbeHelpers, StreamNumbersAndCompanionSubtitles) {
       {"Duration:00:00:01", ""},
   };
   for (const auto& [line, number] : numbers) EXPECT_EQ(FFmpegX::GetStreamNumber(line), number) << line;
+  const std::pair<const char*, const char*> mapNumbers[] = {
+      {"Stream#0.1(eng):Audio:mp3", "0.1"},
+      {"Stream#0:1:Audio:aac", "0.1"},
+      {"Stream#0:12[0x1c0](und):Video", "0.12"},
+      {"Stream#0:x:Audio", ""},
+      {"Duration:00:00:01", ""},
+  };
+  for (const auto& [line, number] : mapNumbers) EXPECT_EQ(FFmpegX::MapStreamNumber(line), number) << line;
 
   test::TempDir dir;
   EXPECT_EQ(FFmpegX::CheckSubtitle(dir / "film.mkv"), "");

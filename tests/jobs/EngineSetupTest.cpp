@@ -24,6 +24,20 @@ TEST(EngineSetup, SettingTextsBecomeNumbers) {
   };
   for (const auto& [text, ratio] : ratios) EXPECT_FLOAT_EQ(RatioSetting(text), ratio) << text;
 
+  struct Choice {
+    const char *video, *audio, *probedVideo, *probedAudio, *text;
+  };
+  const Choice choices[] = {
+      {"", "", "0.0", "0.1", ""},  // nothing chosen: no map at all
+      {"", "0:2", "0.0", "0.1", " -map 0.0:0.0 -map 0.2:0.1"},
+      {"#0.3", " 2 ", "0.0", "0.1", " -map 0.3:0.0 -map 0.2:0.1"},
+      {"", "1", "", "0.0", " -map 0.1:0.1"},  // a sound file has no picture to map
+      {"0:v:1", "", "0.0", "0.1", " -map 0:v:1:0.0 -map 0.1:0.1"},
+  };
+  for (const Choice& c : choices) {
+    EXPECT_EQ(StreamChoiceText(c.video, c.audio, c.probedVideo, c.probedAudio), c.text) << c.video << "|" << c.audio;
+  }
+
   EXPECT_TRUE(IsAudioOnlyFormat("mp3/me"));
   EXPECT_TRUE(IsAudioOnlyFormat("AUDIO"));
   EXPECT_FALSE(IsAudioOnlyFormat("mkv"));
@@ -65,6 +79,12 @@ TEST_F(EngineSetupTest, RatesAndSwitchesAreReadTheTaskLoopsWay) {
   EXPECT_EQ(engine.AudioBitRate, 96);
   EXPECT_FALSE(engine.Twopass);  // no second pass for sound alone
   EXPECT_EQ(engine.SubtitleEncodeFormat, -1);
+
+  // A chosen stream goes with the raw options of both passes.
+  Configure({{"DefaultAudioStream", "0:2"}, {"AdditionalScripts", "-id3v2_version 3"},
+             {"AdditionalPass1Scripts", "-refs 1"}});
+  EXPECT_EQ(engine.AdditionalScripts(), "-map 0.2:0.1 -id3v2_version 3");
+  EXPECT_EQ(engine.AdditionalPass1Scripts(), "-map 0.2:0.1 -refs 1");
 }
 
 TEST_F(EngineSetupTest, PartsNumberTheNameAndRoundTheRange) {
