@@ -218,13 +218,7 @@ int Convert(const Args& arguments) {
     return 2;
   }
   FFmpegX engine;
-  if (!StartCli(host, true)) return 1;
-  // The first task's probe runs beside the tool's identification.
-  if (!options->files.empty()) {
-    const std::string format = options->format.empty() ? ReadSetting("OutputMode") : options->format;
-    ProbeAhead(options->files.front(), LowerAscii(format), SharedTools());
-  }
-  if (!StartEngine(host, engine)) return 1;
+  if (!StartCli(host, true) || !StartEngine(host, engine)) return 1;
 
   ListboxModel tasks;
   if (!options->list.empty()) {

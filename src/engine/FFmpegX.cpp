@@ -12,6 +12,7 @@
 #include "engine/CoreListCache.h"
 #include "engine/CommandLine.h"
 #include "engine/PriorityClass.h"
+#include "engine/ProbeService.h"
 #include "engine/ProgressText.h"
 
 namespace zel {
@@ -73,13 +74,16 @@ void FFmpegX::SetCore(const std::string& path) {
   coreSubtitleCodec_.clear();
   coreInputFormats_.clear();
 
-  const std::string banner = CaptureOutput("");
+  const std::optional<std::string> kept = KeptBanner(core_);
+  const std::string banner = kept ? *kept : CaptureOutput("");
+  if (!kept) KeepBanner(core_, banner);
   const CoreIdentity id = IdentifyCore(banner, [this](std::string_view args) { return CaptureOutput(args); });
   coreStatus_ = id.status;
   coreName_ = id.name;
   coreVersion_ = id.version;
   coreDialect_ = id.dialect;
   if (coreStatus_ == kCoreFFmpeg) ReadCoreLists(banner);
+  ProbeService::Instance().NoteCore(core_, coreStatus_ == kCoreFFmpeg ? banner : std::string());
   // A recognised core leaves the cancel flag raised; every job clears it first.
   if (coreStatus_ != kCoreNone) cancelRequested_ = true;
 }

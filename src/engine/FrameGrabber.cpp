@@ -10,6 +10,8 @@ extern "C" {
 
 #include <mutex>
 
+#include "engine/MediaInspection.h"
+
 namespace zel {
 
 struct FrameGrabber::State {
@@ -51,8 +53,7 @@ struct FrameGrabber::State {
 };
 
 FrameGrabber::FrameGrabber(const std::string& path) : state_(std::make_unique<State>()) {
-  static std::once_flag quiet;
-  std::call_once(quiet, [] { av_log_set_level(AV_LOG_QUIET); });
+  QuietMediaLibraries();
   State& s = *state_;
   if (avformat_open_input(&s.format, path.c_str(), nullptr, nullptr) < 0) return;
   if (avformat_find_stream_info(s.format, nullptr) < 0) return;

@@ -29,6 +29,7 @@ constexpr size_t kKeptThumbnails = 256;
 // One probe, made once by whoever claims it first and awaited by the rest.
 struct ProbeJob {
   std::string path, core;
+  bool sharedLibraries = false;  // the core's text can be made in-process
   std::atomic<bool> claimed{false};
   std::promise<ProbeFacts> promise;
   std::shared_future<ProbeFacts> answer = promise.get_future().share();
@@ -37,8 +38,14 @@ struct ProbeJob {
     if (claimed.exchange(true)) return;
     ProbeFacts facts;
     try {
-      if (!core.empty()) facts.toolText = CaptureToolOutput(core, "-i " + QuoteArgument(path));
-      facts.figures = InspectMedia(path);
+      if (!core.empty() && sharedLibraries) {
+        MediaReading reading = ReadMedia(path);
+        facts.toolText = std::move(reading.text);
+        facts.figures = std::move(reading.figures);
+      } else {
+        if (!core.empty()) facts.toolText = CaptureToolOutput(core, "-i " + QuoteArgument(path));
+        facts.figures = InspectMedia(path);
+      }
     } catch (...) {
       // Whatever went wrong, those who wait get an answer: an empty reading.
       facts = ProbeFacts{};
@@ -85,6 +92,7 @@ struct ProbeService::State {
   bool stopping = false;
 
   std::map<std::string, ProbeEntry> probes;
+  std::map<std::string, FileStamp> sharingCores;  // cores on our libraries, as they were noted
   std::map<std::string, ThumbnailEntry> thumbnails;
   uint64_t clock = 0;
 
@@ -122,8 +130,10 @@ struct ProbeService::State {
     job->path = path;
     job->core = core;
     fresh = true;
-    if (!fileStamp) return job;
     std::lock_guard lock(mutex);
+    const auto sharing = sharingCores.find(core);
+    job->sharedLibraries = sharing != sharingCores.end() && sharing->second == coreStamp;
+    if (!fileStamp) return job;
     ProbeEntry& entry = probes[KeyOf(path, core)];
     if (entry.job && entry.file == *fileStamp && entry.core == coreStamp) {
       fresh = false;
@@ -162,6 +172,16 @@ ProbeService::~ProbeService() {
   }
   state_->wake.notify_all();
   for (std::thread& worker : state_->workers) worker.join();
+}
+
+void ProbeService::NoteCore(const std::string& core, std::string_view banner) {
+  const auto stamp = StampOf(core);
+  std::lock_guard lock(state_->mutex);
+  if (stamp && CoreSharesOurLibraries(banner)) {
+    state_->sharingCores[core] = *stamp;
+  } else {
+    state_->sharingCores.erase(core);
+  }
 }
 
 void ProbeService::SetPoster(Poster poster) {

@@ -148,6 +148,22 @@ TEST_F(FFmpegXTest, AToolsListsAreKeptWhileTheToolAndItsBannerStay) {
   WriteText("5.2", dir / "version", false);  // another build of the tool
   EXPECT_EQ(identified(), lists);
   EXPECT_EQ(test::ReadLines(ReadText(dir / "runs")).size(), 7u);
+
+  // A tool on our own libraries is known by its file: while that stays, not
+  // even its banner is asked again. A rebuilt one is asked everything.
+  const std::string ours = test::WriteScript(
+      dir / "ours", "echo \"${1:-banner}\" >> '" + dir / "ours.runs" + "'\nexec '" + test::ToolPath("ffmpeg") + "' \"$@\"");
+  FFmpegX first, second;
+  first.SetCore(ours);
+  second.SetCore(ours);
+  EXPECT_EQ(second.CoreVersion(), first.CoreVersion());
+  EXPECT_EQ(second.CoreVideoCodec(), first.CoreVideoCodec());
+  EXPECT_EQ(test::ReadLines(ReadText(dir / "ours.runs")).size(), 3u);
+  test::WriteScript(ours, "echo \"${1:-banner}\" >> '" + dir / "ours.runs" + "'\nexec '" + test::ToolPath("ffmpeg") +
+                              "' \"$@\" # rebuilt");
+  FFmpegX third;
+  third.SetCore(ours);
+  EXPECT_EQ(test::ReadLines(ReadText(dir / "ours.runs")).size(), 6u);
   ::unsetenv("XDG_CACHE_HOME");
 }
 

@@ -148,34 +148,91 @@ TEST_F(ProbeServiceTest, ThumbnailsOfPicturesAndVideos) {
   EXPECT_TRUE(ProbeService::MakeThumbnail(clip, QSize(0, 100)).isNull());
 }
 
+// The text made in-process is the tool's own text of the file, the "Input #0"
+// block or the reason the file cannot be opened, for every kind of file.
+TEST(MediaReading, IsWhatTheToolPrintsForItsInput) {
+  test::TempDir dir;
+  const std::string ffmpeg = test::ToolPath("ffmpeg");
+  auto make = [&](const std::string& args) {
+    const test::RunResult r = test::Run(test::ReadLines(ReplaceAll(
+        ffmpeg + "\n-v\nerror\n-nostdin\n-y\n" + ReplaceAll(args, " ", "\n"), "$D", dir.path())));
+    ASSERT_EQ(r.exitCode, 0) << args << r.output;
+  };
+  test::MakeClip(dir / "clip.mp4", 2);
+  make("-f lavfi -i testsrc=duration=1 -f lavfi -i sine=duration=1 -f lavfi -i sine=duration=1 -map 0 -map 1 -map 2 "
+       "-metadata:s:a:1 title=Director -c:v mpeg4 -c:a aac $D/two.mkv");
+  make("-f lavfi -i testsrc=size=64x48 -frames:v 1 $D/cover.png");
+  make("-f lavfi -i sine=duration=1 -i $D/cover.png -map 0 -map 1 -c:a libmp3lame -c:v copy "
+       "-disposition:v attached_pic -id3v2_version 3 $D/cover.mp3");
+  make("-f lavfi -i sine=duration=1 $D/mono.wav");  // no layout of its own: the tool guesses one
+  make("-f lavfi -i testsrc=duration=1 -c:v mpeg2video -f mpegts $D/t.ts");
+  WriteText("not media", dir / "notes.txt", false);
+  WriteFileAtomic(dir / "cut.mp4", ReadText(dir / "clip.mp4").substr(0, 2000));
+
+  const std::string banner = test::Run({ffmpeg, "-version"}).output;
+  EXPECT_TRUE(CoreSharesOurLibraries(banner));
+  EXPECT_FALSE(CoreSharesOurLibraries(ReplaceAll(banner, "libavformat", "libavformat-old")));
+  EXPECT_FALSE(CoreSharesOurLibraries("ffmpeg version 5.1 Copyright"));
+
+  // A message's source is named with its address, which differs between processes.
+  auto plain = [](const std::string& text) {
+    std::string out;
+    for (const std::string& line : test::ReadLines(text)) {
+      if (Contains(line, "At least one output file must be specified")) continue;
+      const size_t at = line.find(" @ 0x");
+      out += (at == std::string::npos ? line : line.substr(0, at) + line.substr(line.find(']', at))) + "\n";
+    }
+    return out;
+  };
+  for (const char* name : {"clip.mp4", "two.mkv", "cover.mp3", "mono.wav", "t.ts", "notes.txt", "cut.mp4"}) {
+    const std::string path = dir / name;
+    const MediaReading reading = ReadMedia(path);
+    EXPECT_EQ(plain(reading.text), plain(test::Run({ffmpeg, "-hide_banner", "-i", path}).output)) << name;
+    EXPECT_EQ(reading.figures.has_value(), std::string(name) != "notes.txt" && std::string(name) != "cut.mp4");
+  }
+}
+
 // The engine's two probes of a job (setting the source, the head of the command)
-// take the answer the task loop asked for ahead, and its events stay on the
-// engine's thread.
+// take the answer asked for ahead, and its events stay on the engine's thread. A
+// core on our own libraries is never started for a probe; another one once.
 TEST(EngineProbes, TakeWhatWasAskedAheadAndReportOnTheEnginesThread) {
   test::TempDir dir;
   const std::string clip = dir / "clip.mp4";
   test::MakeClip(clip, 2);
-  const std::string core = test::WriteScript(
-      dir / "ffmpeg", "[ \"$1\" = -i ] && echo \"$2\" >> '" + dir / "probes" + "'\nexec '" + test::ToolPath("ffmpeg") +
-                          "' \"$@\"");
-  FFmpegX engine;
-  engine.SetCore(core);
-  ASSERT_EQ(engine.CoreStatus(), kCoreFFmpeg);
-  ProbeService::Instance().Prefetch(clip, core);
-
-  const std::thread::id owner = std::this_thread::get_id();
-  int changes = 0;
-  engine.FileInfoChange = [&] {
-    EXPECT_EQ(std::this_thread::get_id(), owner);
-    ++changes;
+  const std::string real = test::ToolPath("ffmpeg");
+  const std::string log = dir / "probes";
+  auto wrapper = [&](const std::string& name, const std::string& bannerFilter) {
+    return test::WriteScript(dir / name, "[ \"$1\" = -i ] && echo \"" + name + "\" >> '" + log + "'\n"
+                                             "[ $# = 0 ] && { '" + real + "' 2>&1 | " + bannerFilter + "; exit 1; }\n"
+                                             "exec '" + real + "' \"$@\"");
   };
-  engine.SetFilename(clip);
-  engine.SetOutputDir(dir.path());
-  engine.SetForceFormat("avi");
-  engine.BuildCommand(0);
-  EXPECT_EQ(changes, 2);
-  EXPECT_NEAR(engine.Duration(), 2.0, 0.1);
-  EXPECT_EQ(test::ReadLines(ReadText(dir / "probes")), std::vector<std::string>{clip});
+  const std::string ours = wrapper("ours", "cat");
+  const std::string other = wrapper("other", "grep -v libav");  // names no libraries: run it
+
+  std::vector<std::string> readings;
+  for (const std::string& core : {ours, other}) {
+    FFmpegX engine;
+    engine.SetCore(core);
+    ASSERT_EQ(engine.CoreStatus(), kCoreFFmpeg);
+    ProbeService::Instance().Prefetch(clip, core);
+    const std::thread::id owner = std::this_thread::get_id();
+    int changes = 0;
+    engine.FileInfoChange = [&] {
+      EXPECT_EQ(std::this_thread::get_id(), owner);
+      ++changes;
+    };
+    engine.SetFilename(clip);
+    engine.SetOutputDir(dir.path());
+    engine.SetForceFormat("avi");
+    engine.BuildCommand(0);
+    EXPECT_EQ(changes, 2);
+    EXPECT_NEAR(engine.Duration(), 2.0, 0.1);
+    readings.push_back(engine.StreamInfo() + "|" + engine.DefaultAudioStream() + "|" + engine.AudioMapStream());
+  }
+  // Both routes read the file alike.
+  EXPECT_EQ(readings[0], readings[1]);
+  EXPECT_TRUE(Contains(readings[0], "Stream#0:1")) << readings[0];
+  EXPECT_EQ(test::ReadLines(ReadText(log)), std::vector<std::string>{"other"});
 }
 
 }  // namespace
