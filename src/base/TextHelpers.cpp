@@ -152,6 +152,24 @@ std::vector<std::string> Split(std::string_view text, std::string_view delimiter
   return parts;
 }
 
+namespace {
+
+bool IsContinuation(char c) { return (static_cast<unsigned char>(c) & 0xC0) == 0x80; }
+
+}  // namespace
+
+size_t CharacterCount(std::string_view text) {
+  return static_cast<size_t>(std::count_if(text.begin(), text.end(), [](char c) { return !IsContinuation(c); }));
+}
+
+std::string_view FirstCharacters(std::string_view text, size_t count) {
+  size_t seen = 0;
+  for (size_t i = 0; i < text.size(); ++i) {
+    if (!IsContinuation(text[i]) && seen++ == count) return text.substr(0, i);
+  }
+  return text;
+}
+
 std::vector<std::string_view> SplitLines(std::string_view text, LastLine last) {
   std::vector<std::string_view> lines;
   if (text.empty()) return lines;

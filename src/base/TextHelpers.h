@@ -41,6 +41,11 @@ std::string ReplaceAllNoCase(std::string_view text, std::string_view find, std::
 // an empty text gives no parts.
 std::vector<std::string> Split(std::string_view text, std::string_view delimiter);
 
+// The characters (code points of the UTF-8 text) of `text`, and its first
+// `count` of them; a character is never split.
+size_t CharacterCount(std::string_view text);
+std::string_view FirstCharacters(std::string_view text, size_t count);
+
 // What SplitLines makes of the text after the last line end.
 enum class LastLine {
   Keep,            // always a line, empty when the text ends in a line end

@@ -1,6 +1,5 @@
 #include "jobs/IniFile.h"
 
-#include <algorithm>
 #include <vector>
 
 #include "base/FileHelpers.h"
@@ -87,21 +86,7 @@ std::string OneLine(std::string_view value) {
   return line;
 }
 
-bool IsContinuation(char c) { return (static_cast<unsigned char>(c) & 0xC0) == 0x80; }
-
 }  // namespace
-
-size_t CharacterCount(std::string_view text) {
-  return static_cast<size_t>(std::count_if(text.begin(), text.end(), [](char c) { return !IsContinuation(c); }));
-}
-
-std::string_view FirstCharacters(std::string_view text, size_t count) {
-  size_t seen = 0;
-  for (size_t i = 0; i < text.size(); ++i) {
-    if (!IsContinuation(text[i]) && seen++ == count) return text.substr(0, i);
-  }
-  return text;
-}
 
 std::optional<std::string> IniRead(std::string_view file, std::string_view section, std::string_view key) {
   const IniLines ini = LoadLines(file);

@@ -14,11 +14,6 @@ namespace zel {
 // cut at this many, one place being the final NUL's.
 inline constexpr size_t kProfileValueChars = 254;
 
-// The characters (code points of the UTF-8 text) of `text`, and its first
-// `count` of them; a character is never split.
-size_t CharacterCount(std::string_view text);
-std::string_view FirstCharacters(std::string_view text, size_t count);
-
 // The value of `key` in `section`, or nothing when the file, the section or the
 // key is missing. The value is cut at the first NUL.
 std::optional<std::string> IniRead(std::string_view file, std::string_view section, std::string_view key);
