@@ -47,6 +47,20 @@ double PointSeconds(std::string_view text) {
 
 std::string Extension(std::string_view path) { return LowerAscii(ExtensionOf(path)); }
 
+// The tool a task of this source is set up with.
+const std::string& CoreFor(std::string_view source, std::string_view formatName, const ToolSet& tools) {
+  return IsMEncoderJob(source, formatName, tools.mencoder) ? tools.mencoder : tools.ffmpeg;
+}
+
+// Begins, on a worker, the probe that setting up a task of this source will make,
+// so that it is ready when the task's turn comes. Only video and sound are probed.
+void ProbeAhead(const std::string& source, std::string_view formatName, const ToolSet& tools) {
+  const SourceKind kind = SourceKindOf(source);
+  if ((kind != SourceKind::Video && kind != SourceKind::Audio) || !FileExists(source)) return;
+  const std::string& core = CoreFor(source, formatName, tools);
+  ProbeService::Instance().Prefetch(source, FileExists(core) ? core : std::string());
+}
+
 int64_t FreeSpace(const std::string& folder) {
   struct statvfs info {};
   if (::statvfs(folder.c_str(), &info) != 0) return -1;
@@ -57,13 +71,6 @@ int64_t FreeSpace(const std::string& folder) {
 
 bool IsMEncoderJob(std::string_view source, std::string_view formatName, const std::string& mencoderPath) {
   return (EndsWith(source, ":") || Contains(LowerAscii(formatName), "/me")) && FileExists(mencoderPath);
-}
-
-void ProbeAhead(const std::string& source, std::string_view formatName, const ToolSet& tools) {
-  const SourceKind kind = SourceKindOf(source);
-  if ((kind != SourceKind::Video && kind != SourceKind::Audio) || !FileExists(source)) return;
-  const std::string& core = IsMEncoderJob(source, formatName, tools.mencoder) ? tools.mencoder : tools.ffmpeg;
-  ProbeService::Instance().Prefetch(source, FileExists(core) ? core : std::string());
 }
 
 TaskLoop::TaskLoop(FFmpegX& engine, ListboxModel& tasks, RunHost& host, SettingReader read)
@@ -200,12 +207,11 @@ std::string TaskLoop::OutputFolderFor(const std::string& source) const {
 
 void TaskLoop::ConfigureFor(const std::string& source, std::string_view logLine) {
   if (!logLine.empty()) Log(logLine);
-  const bool mencoderJob = IsMEncoderJob(source, formatName_, tools.mencoder);
   ConversionTask task;
   task.source = source;
   task.outputFolder = read_("OutputFolder");
   task.formatName = formatName_;
-  task.corePath = mencoderJob ? tools.mencoder : tools.ffmpeg;
+  task.corePath = CoreFor(source, formatName_, tools);
   task.aviSynthUsable = aviSynthUsable;
   ConfigureConversion(engine_, task, read_);
 }

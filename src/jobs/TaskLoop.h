@@ -45,11 +45,6 @@ class RunHost : public JobHost {
 // A disc, or a "/me" format, goes to MEncoder when it is installed.
 bool IsMEncoderJob(std::string_view source, std::string_view formatName, const std::string& mencoderPath);
 
-// Begins, on a worker, the probe that configuring a task of this source will
-// make, so that it is ready when the task's turn comes. Only a video or audio
-// file is probed ahead; the core is the one the task will be set up with.
-void ProbeAhead(const std::string& source, std::string_view formatName, const ToolSet& tools);
-
 class TaskLoop {
  public:
   TaskLoop(FFmpegX& engine, ListboxModel& tasks, RunHost& host, SettingReader read);
