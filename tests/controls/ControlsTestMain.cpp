@@ -1,5 +1,6 @@
 // The controls' tests need a QApplication; they run on the offscreen platform
 // unless the caller chose another.
+#include "controls/Accessibility.h"
 #include "controls/FontText.h"
 
 #include <QApplication>
@@ -19,6 +20,7 @@ int main(int argc, char** argv) {
   setenv("XDG_CONFIG_HOME", config.path().toUtf8().constData(), 1);
   std::setlocale(LC_NUMERIC, "C");
   zel::InstallFontFallbacks();
+  zel::InstallAccessibility();
   testing::InitGoogleTest(&argc, argv);
   return RUN_ALL_TESTS();
 }
