@@ -191,6 +191,9 @@ TEST(ListboxEditors, DialogsRoundTripThroughText) {
        }},
       {"colour unparsable starts black, cancel keeps", {.Text = "blue", .ItemMode = 2}, {}, "blue", 0,
        [](const FakeChooser& f) { EXPECT_EQ(f.seenColor, QColor(Qt::black)); }},
+      {"colour with bad digits starts black", {.Text = "&HXYZ", .ItemMode = 2},
+       [](FakeChooser& f) { f.color = QColor(0, 0, 0); }, "&H0", 1,
+       [](const FakeChooser& f) { EXPECT_EQ(f.seenColor, QColor(Qt::black)); }},
       {"file", {.Text = "/media/in/a.mp4", .ItemMode = 3, .FileFilter = "Videos|*.mp4;*.mkv|All|*.*"},
        [](FakeChooser& f) { f.file = "/media/out/b.mkv"; }, "/media/out/b.mkv", 1,
        [](const FakeChooser& f) {
