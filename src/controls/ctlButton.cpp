@@ -62,6 +62,9 @@ class TextOverlay final : public QLineEdit {
   void keyPressEvent(QKeyEvent* event) override {
     if (event->key() == Qt::Key_Escape) return cancel_();
     QLineEdit::keyPressEvent(event);
+    // The line edit passes Return on; reaching the button it would open the
+    // box again.
+    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) event->accept();
   }
 
  private:
@@ -738,10 +741,8 @@ void ctlButton::mouseReleaseEvent(QMouseEvent* event) {
 }
 
 void ctlButton::mouseDoubleClickEvent(QMouseEvent* event) {
-  // The second press of a double click raises DblClick in place of a second
-  // action: a check button flips once.
-  const QPoint at = event->position().toPoint();
-  emit MouseDown(MouseButtonNumber(event->button()), ShiftNumber(event->modifiers()), at.x(), at.y());
+  // Qt sends this after the second press, which has raised MouseDown already;
+  // DblClick stands in for that press's action, so a check button flips once.
   if (event->button() != Qt::LeftButton) return;
   emit DblClick();
   SetStatus(static_cast<int>(ButtonStatus::Pressed));
