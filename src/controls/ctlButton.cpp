@@ -307,6 +307,9 @@ void ctlButton::SetColor(ColorRole role, ColorForm form, int32_t color) {
 
 ColorForm ctlButton::FormForState() const {
   if (!isEnabled()) return ColorForm::Disable;
+  // A checked toggle stays down.
+  const bool toggle = mode_ == ButtonMode::Check || mode_ == ButtonMode::Radio;
+  if (toggle && checked_) return ColorForm::Pressed;
   static constexpr ColorForm byStatus[] = {ColorForm::Normal, ColorForm::Hover, ColorForm::Pressed, ColorForm::Hover};
   return byStatus[static_cast<int>(status_)];
 }
@@ -813,17 +816,21 @@ void ctlButton::paintEvent(QPaintEvent*) {
   const QColor border = ResolveColor(colors[2], pal.color(QPalette::Dark));
   const QColor fade = ResolveColor(colors[3], back.lighter(120));
   const int transparency = transparent_[static_cast<size_t>(FormForState())];
-  const QRectF face = QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5);
+  // The face covers every pixel; the border's line runs through the outer
+  // pixels' centres.
+  const QRectF bounds(rect());
+  const QRectF face = bounds.adjusted(0.5, 0.5, -0.5, -0.5);
   const qreal radius = showCorner_ ? kCornerRadius : 0;
-  QPainterPath shape;
-  shape.addRoundedRect(face, radius, radius);
+  QPainterPath shape, outline;
+  shape.addRoundedRect(bounds, radius, radius);
+  outline.addRoundedRect(face, radius, radius);
 
   const bool drawFace = mode_ != ButtonMode::FlatLabel && !transparentBack_;
   if (drawFace) {
     if (StyleIsFlat(style_)) {
       p.fillPath(shape, WithTransparency(back, transparency));
     } else {
-      QLinearGradient gradient(face.topLeft(), face.bottomLeft());
+      QLinearGradient gradient(bounds.topLeft(), bounds.bottomLeft());
       gradient.setColorAt(0, WithTransparency(fade, transparency));
       gradient.setColorAt(1, WithTransparency(back, transparency));
       p.fillPath(shape, gradient);
@@ -833,7 +840,7 @@ void ctlButton::paintEvent(QPaintEvent*) {
     const qreal share = std::min(1.0, double(value_ - min_) / (max_ - min_));
     p.save();
     p.setClipPath(shape);
-    p.fillRect(QRectF(face.left(), face.top(), face.width() * share, face.height()),
+    p.fillRect(QRectF(0, 0, bounds.width() * share, bounds.height()),
                ResolveColor(progressColor_, back.darker(125)));
     p.restore();
   }
@@ -850,7 +857,7 @@ void ctlButton::paintEvent(QPaintEvent*) {
   if (showBorder_ && mode_ != ButtonMode::FlatLabel) {
     p.setPen(border);
     p.setBrush(Qt::NoBrush);
-    p.drawPath(shape);
+    p.drawPath(outline);
   }
 
   const FaceLayout layout = LayoutFace();

@@ -124,9 +124,12 @@ TEST(ButtonModes, MouseClickOutcomeByMode) {
     EXPECT_EQ(r.Take(), c.events) << label;
     EXPECT_EQ(s.button->Checked(), c.checkedAfter) << label;
     EXPECT_EQ(chooser.asked, 0) << label;
-    // ClickIt takes the same road as the mouse, without the mouse events.
+    EXPECT_EQ(s.button->Status(), static_cast<int>(c.enabled ? ButtonStatus::Released : ButtonStatus::Normal));
+    // ClickIt and the space key take the same road as the mouse, without the
+    // mouse events.
     s.button->ClickIt();
-    EXPECT_EQ(r.Take(), c.enabled ? "Click" : "") << label;
+    QTest::keyClick(s.button, Qt::Key_Space);
+    EXPECT_EQ(r.Take(), c.enabled ? "Click Click" : "") << label;
   }
 }
 
@@ -709,6 +712,55 @@ TEST(ButtonAccessibility, RoleNameStateAndActionsByMode) {
   EXPECT_TRUE(b.Checked());
   r.Take();
   QAccessible::deleteAccessibleInterface(id);
+}
+
+TEST(ButtonPaint, FaceFillBorderAndGlyph) {
+  // Flat style, green face, red fill to half way, blue border; each row
+  // changes one thing and reads pixels of the drawn face (0x00BBGGRR).
+  struct Case {
+    const char* what;
+    std::function<void(ctlButton&)> set;
+    QPoint at;
+    QColor expected;
+  };
+  const QColor green(0, 255, 0), red(255, 0, 0), blue(0, 0, 255), paper(1, 2, 3);
+  const Case cases[] = {
+      {"face", [](ctlButton&) {}, QPoint(100, 15), green},
+      {"fill", [](ctlButton&) {}, QPoint(20, 15), red},
+      {"border", [](ctlButton&) {}, QPoint(60, 0), blue},
+      {"no border", [](ctlButton& b) { b.SetShowBorder(false); }, QPoint(60, 0), green},
+      {"full fill", [](ctlButton& b) { b.SetValue(500); }, QPoint(110, 15), red},
+      {"fill below min", [](ctlButton& b) { b.SetMin(60); }, QPoint(20, 15), green},
+      {"label has no face", [](ctlButton& b) { b.SetMode(5); }, QPoint(100, 15), paper},
+      {"transparent back", [](ctlButton& b) { b.SetTransparentBack(true); }, QPoint(100, 15), paper},
+      {"disabled", [](ctlButton& b) { b.SetEnabled(false); }, QPoint(100, 15), QColor(0x33, 0x22, 0x11)},
+      {"checked toggle stays down",
+       [](ctlButton& b) {
+         b.SetMode(1);
+         b.SetChecked(true);
+       },
+       QPoint(100, 15), QColor(0, 0xE6, 0)},
+      // The symbol face is not installed here: its down arrow is drawn.
+      {"glyph", [](ctlButton& b) { b.SetIconText("6"); }, QPoint(12, 15), QColor(0xFF, 0xFF, 0)},
+  };
+  for (const Case& c : cases) {
+    ctlButton b;
+    b.resize(120, 30);
+    b.SetStyle(26);
+    b.SetSmoothingCorner(false);
+    b.SetShowCorner(false);
+    b.SetThemeColor(-1, 0x00FF00);
+    b.SetProgressColor(0x0000FF);
+    b.SetBorderColor(0xFF0000);
+    b.SetBackColorDisable(0x112233);
+    b.SetForeColor(0x00FFFF);
+    b.SetValue(50);
+    c.set(b);
+    QImage image(b.size(), QImage::Format_RGB32);
+    image.fill(paper);
+    b.render(&image, QPoint(), QRegion(), QWidget::DrawChildren);
+    EXPECT_EQ(image.pixelColor(c.at), c.expected) << c.what;
+  }
 }
 
 }  // namespace
