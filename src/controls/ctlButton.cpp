@@ -274,8 +274,18 @@ void ctlButton::SetCaption(const QString& caption) {
   const QString held = HoldToMask(caption, textFormat_);
   if (held == caption_) return;
   caption_ = held;
-  update();
+  CaptionShown();
   emit CaptionChanged();
+}
+
+void ctlButton::CaptionShown() {
+  update();
+  // A screen reader reads the caption as the name, and a field's as its value.
+  if (!QAccessible::isActive()) return;
+  QAccessibleEvent name(this, QAccessible::NameChanged);
+  QAccessible::updateAccessibility(&name);
+  QAccessibleValueChangeEvent value(this, caption_);
+  QAccessible::updateAccessibility(&value);
 }
 
 void ctlButton::SetTextFormat(const QString& mask) {
@@ -450,7 +460,7 @@ void ctlButton::FieldAnswered(const std::optional<QString>& answer) {
   if (!answer && !cancelClear_) return;
   const QString before = caption_;
   caption_ = answer ? HoldToMask(*answer, textFormat_) : QString();
-  update();
+  CaptionShown();
   emit Change();
   if (caption_ != before) emit CaptionChanged();
   emit ChangeFinished();
@@ -465,7 +475,8 @@ void ctlButton::RaiseEdited() {
 void ctlButton::OpenCombo() {
   cmbCombo->clear();
   cmbCombo->addItems(entries_);
-  cmbCombo->setCurrentIndex(listIndex_);
+  // A caption written as text finds its entry.
+  cmbCombo->setCurrentIndex(listIndex_ >= 0 ? listIndex_ : static_cast<int>(entries_.indexOf(caption_)));
   cmbCombo->setGeometry(rect());
   cmbCombo->show();
   cmbCombo->showPopup();
@@ -481,7 +492,7 @@ void ctlButton::ComboChosen(int index) {
     return;
   }
   caption_ = HoldToMask(entries_[index], textFormat_);
-  update();
+  CaptionShown();
   RaiseEdited();
 }
 
@@ -500,7 +511,7 @@ void ctlButton::CommitTextBox() {
   const QString typed = HoldToMask(txtText->text(), textFormat_);
   if (typed == caption_) return;
   caption_ = typed;
-  update();
+  CaptionShown();
   RaiseEdited();
 }
 

@@ -300,7 +300,9 @@ class ctlButton : public QWidget {
   void MouseDown(int button, int shift, int x, int y);
   void MouseUp(int button, int shift, int x, int y);
   void MouseWheel(int delta);
-  // An editor changed Caption or Value: Change, CaptionChanged, ChangeFinished.
+  // A field's editor (dialog, list, text box) answered: Change, then
+  // CaptionChanged if the text differs, then ChangeFinished. SetCaption
+  // raises CaptionChanged alone.
   void Change();
   void CaptionChanged();
   void ChangeFinished();
@@ -341,6 +343,7 @@ class ctlButton : public QWidget {
   // A field's outcome: a new caption, or nothing for a cancelled dialog.
   void FieldAnswered(const std::optional<QString>& answer);
   void RaiseEdited();
+  void CaptionShown();
   void StartFade();
   void FadeStep();
   void HoverCheck();

@@ -282,6 +282,9 @@ TEST(ButtonFields, ComboEntriesAndChoice) {
   b.SetComboBoxItems("甲|乙");
   EXPECT_EQ(b.ListCount(), 2);
   EXPECT_EQ(b.ListIndex(), -1);
+  b.SetCaption("乙");
+  b.ClickIt();
+  EXPECT_EQ(combo->currentIndex(), 1);
 }
 
 TEST(ButtonFields, FlatFieldEditsInItsTextBox) {
