@@ -1,6 +1,8 @@
 #include "controls/Accessibility.h"
 
+#include "controls/ctlButton.h"
 #include "controls/ctlCustomFrame.h"
+#include "controls/ctlListbox.h"
 #include "controls/ctlSlider.h"
 
 #include <QAccessible>
@@ -10,6 +12,8 @@ namespace zel {
 namespace {
 
 QAccessibleInterface* Factory(const QString&, QObject* object) {
+  if (auto* button = qobject_cast<ctlButton*>(object)) return AccessibleFor(button);
+  if (auto* list = qobject_cast<ctlListbox*>(object)) return AccessibleFor(list);
   if (auto* slider = qobject_cast<ctlSlider*>(object)) return AccessibleFor(slider);
   if (auto* frame = qobject_cast<ctlCustomFrame*>(object)) return AccessibleFor(frame);
   return nullptr;

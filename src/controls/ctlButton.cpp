@@ -958,8 +958,11 @@ class ButtonAccessible final : public QAccessibleWidget {
     const QString plain = Q(ParseTextEffects(S(b->Caption()), 0).text);
     switch (t) {
       case QAccessible::Name: {
-        const bool dialogField = b->Mode() == 3 || b->Mode() == 6 || b->Mode() == 7;
-        if (dialogField && !b->Title().isEmpty()) return b->Title();
+        // A name the host gave wins; a field is named by its title, its
+        // caption being the value.
+        if (!b->accessibleName().isEmpty()) return b->accessibleName();
+        const bool field = b->Mode() == 3 || b->Mode() == 4 || b->Mode() == 6 || b->Mode() == 7;
+        if (field && !b->Title().isEmpty()) return b->Title();
         if (!plain.isEmpty()) return plain;
         return b->Tooltip().isEmpty() ? b->Title() : b->Tooltip();
       }

@@ -2,6 +2,7 @@
 #include "controls/ctlButton.h"
 #include "controls/ctlListbox.h"
 #include "gallery/GalleryWindow.h"
+#include "jobs/Settings.h"
 
 #include <QAccessible>
 #include <QAccessibleActionInterface>
@@ -116,6 +117,7 @@ TEST_F(Gallery, AnimatedColourChangeEndsStoredAndApplied) {
   EXPECT_TRUE(QTest::qWaitFor([&] { return finished; }, 5000));
   EXPECT_EQ(ReadThemeSettings().color, 0x3366CC);
   EXPECT_EQ(window.CommandButton()->BackColor(), 0x3366CC);
+  DeleteAllSettings();
 }
 
 TEST(GalleryProgram, WritesAScreenshotAndExits) {

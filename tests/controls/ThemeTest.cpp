@@ -113,6 +113,7 @@ TEST(TextEffectMarks, SetStyleAndVanish) {
 }
 
 TEST(ThemeSettingsStore, ReadsHexColoursAndWritesBack) {
+  DeleteAllSettings();
   ThemeSettings theme = ReadThemeSettings();
   EXPECT_EQ(theme.style, 26);
   EXPECT_EQ(theme.color, kNoColor);

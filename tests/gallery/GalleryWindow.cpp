@@ -155,21 +155,22 @@ void GalleryWindow::BuildLists() {
   struct Task {
     const char* name;
     const char* comment;
-    int value, start, end, kind;
+    int value, start, end;
     bool checked, picture;
   };
   const Task taskRows[] = {
-      {"假期.avi", "00:03:20 · 640x480 · 正在转换 42%", 42, 10, 80, 1, true, true},
-      {"会议录像.mkv", "00:58:02 · 1280x720", 100, 0, 0, 1, true, true},
-      {"音乐.mp3", "00:04:11 · 192 kb/s", 0, 0, 0, 2, false, false},
-      {"封面.png", "1920x1080", 0, 0, 0, 0, true, false},
-      {"歌词.lrc", "字幕", 0, 0, 0, 3, false, false},
+      {"假期.avi", "00:03:20 · 640x480 · 正在转换 42%", 42, 10, 80, true, true},
+      {"会议录像.mkv", "00:58:02 · 1280x720", 100, 0, 0, true, true},
+      {"音乐.mp3", "00:04:11 · 192 kb/s", 0, 0, 0, false, false},
+      {"封面.png", "1920x1080", 0, 0, 0, true, false},
+      {"歌词.lrc", "字幕", 0, 0, 0, false, false},
   };
   int i = 0;
   for (const Task& t : taskRows) {
     tasks_->AddItem(ListItem{.Key = "task" + std::to_string(i),
                              .Text = t.name,
                              .Comment = t.comment,
+                             .Path = std::string("/home/用户/视频/") + t.name,
                              .ValueStartPoint = t.start,
                              .ValueEndPoint = t.end,
                              .ValueMax = 100,
@@ -177,7 +178,6 @@ void GalleryWindow::BuildLists() {
                              .ShowProgressBar = t.value > 0,
                              .ShowProgressBarPoint = t.end > 0,
                              .ShowComment = true,
-                             .ThumbPictureType = t.kind,
                              .Checked = t.checked});
     tasks_->Model().SetValue(i, t.value);
     ++i;
@@ -200,24 +200,26 @@ void GalleryWindow::BuildButtons(QWidget* area) {
   grid->setSpacing(8);
   struct Face {
     int mode;
+    const char* effects;  // the marks the caption is drawn with
     const char* caption;
     const char* title;
     bool enabled;
   };
   const Face faces[] = {
-      {0, "开始", "", true},           {0, "#Bold#停止", "", false},  {1, "预览", "", true},
-      {2, "视频", "", true},           {2, "音频", "", true},          {3, "Trebuchet MS", "字体", true},
-      {4, "MP4", "格式", true},        {5, "#Blue#说明文字", "", true}, {6, "/tmp/", "输出目录", true},
-      {7, "", "源文件", true},         {8, "00:00:10,000", "开始时间", true},
+      {0, "", "开始", "", true},          {0, "#Bold#", "停止", "", false},   {1, "", "预览", "", true},
+      {2, "", "视频", "", true},          {2, "", "音频", "", true},          {3, "", "DejaVu Sans", "字体", true},
+      {4, "", "MP4", "格式", true},       {5, "#Blue#", "说明文字", "", true}, {6, "", "/tmp/", "输出目录", true},
+      {7, "", "", "源文件", true},        {8, "", "00:00:10,000", "开始时间", true},
   };
   int at = 0;
   for (const Face& f : faces) {
     auto* b = new ctlButton(area);
     b->SetMode(f.mode);
-    b->SetCaptionEffects(Q(f.caption));
-    b->SetCaption(Q(ParseTextEffects(f.caption, 0).text));
+    b->SetCaptionEffects(Q(f.effects));
+    b->SetCaption(Q(f.caption));
     b->SetTitle(Q(f.title));
     b->SetTooltip(Q(f.caption));
+    if (f.mode == 8) b->SetTextFormat("##:##:##,###");
     b->setEnabled(f.enabled);
     b->setMinimumHeight(30);
     if (f.mode == 4) b->SetComboBoxItems("MP4|MKV|AVI|MP3|GIF");

@@ -16,20 +16,27 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <vector>
 
 int main(int argc, char** argv) {
   std::string shot;
   int style = -1;
   long rgb = -1;
-  for (int i = 1; i + 1 < argc; i += 2) {
-    if (!std::strcmp(argv[i], "--shot")) shot = argv[i + 1];
-    else if (!std::strcmp(argv[i], "--style")) style = std::atoi(argv[i + 1]);
-    else if (!std::strcmp(argv[i], "--color")) rgb = std::strtol(argv[i + 1], nullptr, 16);
-    else {
+  // Our options are taken out before Qt sees the rest: Qt reads "-style" itself.
+  std::vector<char*> rest{argv[0]};
+  for (int i = 1; i < argc; ++i) {
+    const bool known = !std::strcmp(argv[i], "--shot") || !std::strcmp(argv[i], "--style") ||
+                       !std::strcmp(argv[i], "--color");
+    if (!known || i + 1 >= argc) {
       std::fprintf(stderr, "用法: zel-gallery [--style N] [--color 0xRRGGBB] [--shot FILE.png]\n");
       return 2;
     }
+    const char* value = argv[++i];
+    if (!std::strcmp(argv[i - 1], "--shot")) shot = value;
+    else if (!std::strcmp(argv[i - 1], "--style")) style = std::atoi(value);
+    else rgb = std::strtol(value, nullptr, 16);
   }
+  int restCount = static_cast<int>(rest.size());
   // A screenshot needs no screen, and leaves the user's settings alone.
   std::unique_ptr<QTemporaryDir> scratch;
   if (!shot.empty()) {
@@ -37,7 +44,7 @@ int main(int argc, char** argv) {
     scratch = std::make_unique<QTemporaryDir>();
     setenv("XDG_CONFIG_HOME", scratch->path().toUtf8().constData(), 1);
   }
-  QApplication app(argc, argv);
+  QApplication app(restCount, rest.data());
   std::setlocale(LC_NUMERIC, "C");
   QApplication::setApplicationName("zel-gallery");
   zel::InstallFontFallbacks();
