@@ -47,3 +47,11 @@ cat "$work/sample.lrc"
 echo "== zel-cli thumbs: a sheet of 2x2 frames of the clip, and one frame"
 "$cli" thumbs "$work/sample.mp4" --matrix 2x2 --time-string -o "$work/sheet.jpg" | grep -E '^output'
 "$cli" frame "$work/sample.mp4" --time 2.5 -o "$work/frame.png" | grep -E '^output'
+
+# The main window is still being built; where a display exists, the drawn
+# controls it will be made of open in their gallery.
+gallery="$(dirname "$cli")/zel-gallery"
+if [ -x "$gallery" ] && [ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]; then
+  echo "== zel-gallery: every drawn control in each theme style"
+  exec "$gallery"
+fi

@@ -3,6 +3,7 @@
 #include "controls/ComboItems.h"
 #include "controls/DialogChooser.h"
 #include "controls/FontText.h"
+#include "controls/MouseCodes.h"
 #include "controls/QtText.h"
 #include "controls/Theme.h"
 #include "engine/PriorityClass.h"
@@ -70,20 +71,6 @@ class TextOverlay final : public QLineEdit {
  private:
   std::function<void()> cancel_;
 };
-
-int MouseButtonNumber(Qt::MouseButton button) {
-  switch (button) {
-    case Qt::LeftButton: return 1;
-    case Qt::RightButton: return 2;
-    case Qt::MiddleButton: return 4;
-    default: return 0;
-  }
-}
-
-int ShiftNumber(Qt::KeyboardModifiers modifiers) {
-  return (modifiers & Qt::ShiftModifier ? 1 : 0) | (modifiers & Qt::ControlModifier ? 2 : 0) |
-         (modifiers & Qt::AltModifier ? 4 : 0);
-}
 
 // The text held to a mask of '#' digit places and literal separators. Runs
 // of digits fill the mask's groups in order, each padded with zeros; a group
@@ -691,7 +678,7 @@ bool ctlButton::ShellOpen(const QString& path) { return QDesktopServices::openUr
 
 void ctlButton::mousePressEvent(QMouseEvent* event) {
   const QPoint at = event->position().toPoint();
-  emit MouseDown(MouseButtonNumber(event->button()), ShiftNumber(event->modifiers()), at.x(), at.y());
+  emit MouseDown(ButtonCode(event->button()), ShiftCode(event->modifiers()), at.x(), at.y());
   if (event->button() != Qt::LeftButton) return;
   afterDoubleClick_ = false;
   pressGlobal_ = event->globalPosition().toPoint();
@@ -739,7 +726,7 @@ void ctlButton::mouseMoveEvent(QMouseEvent* event) {
 
 void ctlButton::mouseReleaseEvent(QMouseEvent* event) {
   const QPoint at = event->position().toPoint();
-  emit MouseUp(MouseButtonNumber(event->button()), ShiftNumber(event->modifiers()), at.x(), at.y());
+  emit MouseUp(ButtonCode(event->button()), ShiftCode(event->modifiers()), at.x(), at.y());
   if (event->button() != Qt::LeftButton) return;
   const bool inside = rect().contains(at);
   if (handDrag_) {

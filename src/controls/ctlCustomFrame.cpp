@@ -1,5 +1,6 @@
 #include "controls/ctlCustomFrame.h"
 
+#include "controls/MouseCodes.h"
 #include "controls/Theme.h"
 
 #include <QAccessibleWidget>
@@ -9,15 +10,6 @@
 #include <QPainter>
 
 namespace zel {
-
-namespace {
-
-int ShiftOf(Qt::KeyboardModifiers m) {
-  return (m & Qt::ShiftModifier ? 1 : 0) | (m & Qt::ControlModifier ? 2 : 0) | (m & Qt::AltModifier ? 4 : 0);
-}
-int ButtonOf(Qt::MouseButton b) { return b == Qt::LeftButton ? 1 : b == Qt::RightButton ? 2 : b == Qt::MiddleButton ? 4 : 0; }
-
-}  // namespace
 
 ctlCustomFrame::ctlCustomFrame(QWidget* parent) : QWidget(parent), label_(new QLabel(this)) {
   label_->hide();
@@ -85,7 +77,7 @@ bool ctlCustomFrame::eventFilter(QObject* watched, QEvent* event) {
   if (event->type() == QEvent::MouseButtonPress || event->type() == QEvent::MouseButtonRelease) {
     auto* e = static_cast<QMouseEvent*>(event);
     const QPoint at = label_->mapToParent(e->position().toPoint());
-    const int button = ButtonOf(e->button()), shift = ShiftOf(e->modifiers());
+    const int button = ButtonCode(e->button()), shift = ShiftCode(e->modifiers());
     if (event->type() == QEvent::MouseButtonPress) {
       emit MouseDown(button, shift, at.x(), at.y());
     } else {

@@ -3,6 +3,7 @@
 #include "controls/ComboItems.h"
 #include "controls/DialogChooser.h"
 #include "controls/FontText.h"
+#include "controls/MouseCodes.h"
 #include "controls/QtText.h"
 #include "controls/Theme.h"
 #include "jobs/Tasks.h"
@@ -17,6 +18,9 @@
 #include <QLineEdit>
 #include <QLinearGradient>
 #include <QPainter>
+#include <QPointer>
+#include <QCoreApplication>
+#include <QThreadPool>
 #include <QPainterPath>
 #include <QPointer>
 #include <QScrollBar>
@@ -42,17 +46,6 @@ constexpr int kThumbCacheKiB = 64 * 1024;
 // Custom colours of the colour dialog start as this colour.
 constexpr int32_t kCustomColorSeed = 254;
 
-// Buttons and modifiers as the events report them: 1 left, 2 right, 4 middle;
-// 1 shift, 2 control, 4 alt.
-int ButtonCode(Qt::MouseButtons buttons) {
-  return (buttons & Qt::LeftButton ? 1 : 0) | (buttons & Qt::RightButton ? 2 : 0) |
-         (buttons & Qt::MiddleButton ? 4 : 0);
-}
-int ShiftCode(Qt::KeyboardModifiers mods) {
-  return (mods & Qt::ShiftModifier ? 1 : 0) | (mods & Qt::ControlModifier ? 2 : 0) |
-         (mods & Qt::AltModifier ? 4 : 0);
-}
-
 // "&HFF8080" (0x00BBGGRR) to a colour; anything else reads as black.
 int32_t ParseColorText(const QString& text) {
   QString digits = text.trimmed();
@@ -65,11 +58,14 @@ int32_t ParseColorText(const QString& text) {
 }
 QString ColorText(int32_t bgr) { return "&H" + QString::number(static_cast<uint>(bgr), 16).toUpper(); }
 
+bool IsPictureFile(const QByteArray& image) {
+  return image.size() < kLongestPath && !image.contains('\0') && QFileInfo(QString::fromUtf8(image)).isFile();
+}
+
 QImage DecodePicture(const QByteArray& image, QSize target) {
   QImage picture;
-  const QString path = QString::fromUtf8(image);
-  if (image.size() < kLongestPath && !image.contains('\0') && QFileInfo(path).isFile()) {
-    QImageReader reader(path);
+  if (IsPictureFile(image)) {
+    QImageReader reader(QString::fromUtf8(image));
     reader.setAutoTransform(true);
     const QSize full = reader.size();
     // Large photos decode straight to the thumbnail's size.
@@ -736,14 +732,43 @@ QPixmap ctlListbox::CachedThumb(const std::string& image, QSize size) const {
   }
   const QByteArray key = QByteArray::fromRawData(image.data(), static_cast<qsizetype>(image.size()));
   if (const QPixmap* hit = thumbs_.object(key)) return *hit;
-  ++decodeCount_;
   const qreal ratio = devicePixelRatioF();
-  QPixmap picture = QPixmap::fromImage(DecodePicture(key, size * ratio));
-  picture.setDevicePixelRatio(ratio);
-  const int cost = std::max<qsizetype>(1, picture.width() * picture.height() * 4 / 1024);
+  auto keep = [this, ratio](const QByteArray& picture, const QImage& decoded) {
+    QPixmap pixmap = QPixmap::fromImage(decoded);
+    pixmap.setDevicePixelRatio(ratio);
+    const int cost = std::max<qsizetype>(1, pixmap.width() * pixmap.height() * 4 / 1024);
+    thumbs_.insert(picture, new QPixmap(pixmap), cost);
+    return pixmap;
+  };
+  // The picture's bytes in the row decode at once; a file may be a large photo
+  // on a slow disk, so it is read on a worker and the row repainted when it is.
   // The key is copied: the raw one points into the row, which may go.
-  thumbs_.insert(QByteArray(image.data(), static_cast<qsizetype>(image.size())), new QPixmap(picture), cost);
-  return picture;
+  const QByteArray owned(image.data(), static_cast<qsizetype>(image.size()));
+  if (!IsPictureFile(owned)) {
+    ++decodeCount_;
+    return keep(owned, DecodePicture(owned, size * ratio));
+  }
+  if (pendingFiles_.contains(owned)) return {};
+  pendingFiles_.insert(owned);
+  // The list may be gone when the picture is ready: the answer goes to the
+  // application and finds the list through a guard, checked on this thread.
+  QPointer<ctlListbox> guard(const_cast<ctlListbox*>(this));
+  QThreadPool::globalInstance()->start([guard, owned, target = size * ratio, size, keep] {
+    QImage decoded = DecodePicture(owned, target);
+    QMetaObject::invokeMethod(
+        qApp,
+        [guard, owned, size, keep, decoded = std::move(decoded)] {
+          ctlListbox* self = guard.data();
+          if (!self) return;
+          self->pendingFiles_.remove(owned);
+          if (size != self->thumbSize_) return;
+          ++self->decodeCount_;
+          keep(owned, decoded);
+          self->update();
+        },
+        Qt::QueuedConnection);
+  });
+  return {};
 }
 
 void ctlListbox::DrawStock(QPainter& p, ThumbKind kind, const QRect& r) const {

@@ -8,6 +8,7 @@
 #include <QCache>
 #include <QImage>
 #include <QPixmap>
+#include <QSet>
 #include <QString>
 #include <QWidget>
 
@@ -362,6 +363,9 @@ class ctlListbox : public QWidget {
   // Scaled thumbnails by the picture they come from; a picture that does not
   // decode is kept as a null pixmap so it is not tried again.
   mutable QCache<QByteArray, QPixmap> thumbs_;
+  // Picture files being read on a worker thread; their rows show the stock
+  // picture until the thumbnail comes back.
+  mutable QSet<QByteArray> pendingFiles_;
   mutable int decodeCount_ = 0;
   mutable QSize thumbSize_;
 

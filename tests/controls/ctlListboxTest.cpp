@@ -7,6 +7,7 @@
 #include <QBuffer>
 #include <QComboBox>
 #include <QLineEdit>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QWheelEvent>
 
@@ -424,6 +425,26 @@ TEST(ListboxPictures, EachPictureDecodesOnceAndRowsWithoutOneShowTheirKind) {
   list->grab();
   list->grab();
   EXPECT_EQ(list->DecodeCount(), 3);  // a picture that does not decode is not tried again
+
+  // A picture file is read on a worker: the paint that asks for it does not
+  // wait, and the thumbnail shows once it is back.
+  QTemporaryDir dir;
+  const QString file = dir.filePath("green.png");
+  QImage green(400, 300, QImage::Format_RGB32);
+  green.fill(Qt::green);
+  ASSERT_TRUE(green.save(file));
+  auto files = MakeList(0);
+  files->SetItemHeight(60);
+  files->AddItem({.Text = "photo", .Image = file.toStdString()});
+  files->grab();
+  EXPECT_EQ(files->DecodeCount(), 0);
+  EXPECT_TRUE(QTest::qWaitFor([&] { return files->DecodeCount() == 1; }, 10000));
+  const QImage shown = files->grab().toImage();
+  const QRect row = files->ItemRect(0);
+  bool greenSeen = false;
+  for (int x = row.left(); x < row.left() + 120 && !greenSeen; ++x)
+    greenSeen = shown.pixelColor(x, row.center().y()) == QColor(Qt::green);
+  EXPECT_TRUE(greenSeen);
 
   const QImage thumb = list->RenderThumb(1, QSize(64, 48));
   ASSERT_EQ(thumb.size(), QSize(64, 48));
