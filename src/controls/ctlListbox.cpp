@@ -912,6 +912,9 @@ void ctlListbox::OpenCombo(int index) {
   editorRow_ = index;
   cmbCombo_->show();
   cmbCombo_->setFocus(Qt::OtherFocusReason);
+  // The click that opened the editor also opens its entries: one click to
+  // choose, as a drop-down is expected to behave.
+  cmbCombo_->showPopup();
 }
 
 void ctlListbox::StoreChosen(int index, const QString& text) {

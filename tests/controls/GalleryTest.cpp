@@ -130,6 +130,24 @@ TEST(GalleryProgram, WritesAScreenshotAndExits) {
   const QImage shot(file);
   EXPECT_EQ(shot.size(), QSize(1100, 680));
 
+  // On a screen scaled twice the window paints twice the pixels, from the
+  // same layout, and the faces keep their colours.
+  QProcessEnvironment scaled = QProcessEnvironment::systemEnvironment();
+  scaled.insert("QT_SCALE_FACTOR", "2");
+  gallery.setProcessEnvironment(scaled);
+  gallery.start(ZEL_GALLERY_PATH, {"--style", "25", "--color", "0x3399FF", "--shot", file});
+  ASSERT_TRUE(gallery.waitForFinished(60000));
+  const QImage sharp(file);
+  ASSERT_EQ(sharp.size(), QSize(2200, 1360));
+  int alike = 0;
+  for (int y = 40; y < 680; y += 37)
+    for (int x = 5; x < 1100; x += 41) {
+      const QColor a = shot.pixelColor(x, y), b = sharp.pixelColor(2 * x, 2 * y);
+      alike += std::abs(a.red() - b.red()) + std::abs(a.green() - b.green()) + std::abs(a.blue() - b.blue()) < 30;
+    }
+  EXPECT_GT(alike, 17 * 27 * 8 / 10);  // text edges may differ; faces must not
+  gallery.setProcessEnvironment(QProcessEnvironment::systemEnvironment());
+
   gallery.start(ZEL_GALLERY_PATH, {"--bogus"});
   ASSERT_TRUE(gallery.waitForFinished(60000));
   EXPECT_EQ(gallery.exitCode(), 2);

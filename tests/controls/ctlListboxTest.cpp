@@ -3,6 +3,7 @@
 #include "controls/FontText.h"
 #include "controls/QtText.h"
 
+#include <QAbstractItemView>
 #include <QAccessible>
 #include <QBuffer>
 #include <QComboBox>
@@ -289,6 +290,7 @@ TEST(ListboxEditors, TextBoxAndDropDownStoreIntoText) {
   list->ClickIt(2);
   QComboBox* combo = list->ComboBox();
   ASSERT_TRUE(combo->isVisible());
+  EXPECT_TRUE(combo->view()->isVisible());  // its entries open with it
   EXPECT_FALSE(box->isVisible());
   ASSERT_EQ(combo->count(), 11);
   EXPECT_EQ(combo->itemText(0), "0");
