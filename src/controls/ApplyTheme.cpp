@@ -39,15 +39,26 @@ void ThemeButton(ctlButton* button, const ThemeSettings& theme, int32_t face) {
     color = theme.palette[static_cast<size_t>(group - 1)];
   // A style that keeps its colours keeps the buttons' own unless the user
   // chose a colour.
-  if (look.keepColors && theme.color == kNoColor && group == 0) return;
-  button->SetThemeColor(-1, color);
+  if (!look.keepColors || theme.color != kNoColor || group != 0) button->SetThemeColor(-1, color);
+  // Text left white by a dark style must not stay on a light face, nor dark
+  // text on a dark one.
+  const int32_t back = button->BackColor();
+  const int32_t fore = button->ForeColor();
+  if (back != kNoColor && !(static_cast<uint32_t>(fore) & 0x80000000u) && fore != kNoColor &&
+      IsDarkColor(back) == IsDarkColor(fore)) {
+    const int32_t readable = IsDarkColor(back) ? 0xFFFFFF : kSystemButtonText;
+    button->SetForeColor(readable);
+    button->SetForeColorHover(readable);
+    button->SetForeColorPressed(readable);
+  }
 }
 
 void ThemeList(ctlListbox* list, const ThemeSettings& theme, int32_t face) {
-  const StyleLook look = StyleLookFor(theme.style);
   list->SetStyle(theme.style);
   list->SetThemeColor(face);
-  if (!look.keepColors) list->SetForeColor(look.foreColor);
+  // The list stores plain colours, so a system colour is resolved here; its
+  // text follows the face, whatever an earlier style left.
+  list->SetForeColor(IsDarkColor(face) ? 0xFFFFFF : ToBgr(ResolveColor(kSystemButtonText, Qt::black)));
 }
 
 }  // namespace
@@ -62,7 +73,7 @@ void ApplyTheme(QWidget* window, const ThemeSettings& theme, const ThemeHooks& h
   for (ctlSlider* slider : window->findChildren<ctlSlider*>()) {
     slider->SetStyle(theme.style);
     slider->SetBackColor(face);
-    slider->SetForeColor(ShiftColor(face, -0.45));
+    slider->SetForeColor(ShiftColor(face, IsDarkColor(face) ? 0.6 : -0.45));
   }
   for (ctlCustomFrame* frame : window->findChildren<ctlCustomFrame*>()) {
     frame->SetStyle(theme.style);

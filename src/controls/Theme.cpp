@@ -53,6 +53,11 @@ int32_t ShiftColor(int32_t bgr, double amount) {
                  ShiftChannel(Channel(bgr, 16), amount));
 }
 
+bool IsDarkColor(int32_t bgr) {
+  // Rec. 601 luma, in whole numbers.
+  return (Channel(bgr, 0) * 299 + Channel(bgr, 8) * 587 + Channel(bgr, 16) * 114) / 1000 < 96;
+}
+
 int32_t ColorStep(int32_t from, int32_t to, int frame, int frames) {
   if (frames <= 0 || frame >= frames) return to;
   if (frame <= 0) return from;

@@ -27,6 +27,9 @@ QColor ResolveColor(int32_t bgr, const QColor& fallback);
 // Each channel moves toward white by `amount` (0..1) for a positive amount and
 // toward black for a negative one.
 int32_t ShiftColor(int32_t bgr, double amount);
+// Whether text on this colour wants to be light: the derived colours then
+// step toward white instead of away from it.
+bool IsDarkColor(int32_t bgr);
 // The colour `frame` steps of `frames` on the way from `from` to `to`, channel by
 // channel; the last frame is `to` itself.
 int32_t ColorStep(int32_t from, int32_t to, int frame, int frames);

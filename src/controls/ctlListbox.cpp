@@ -21,6 +21,8 @@
 #include <QPointer>
 #include <QCoreApplication>
 #include <QThreadPool>
+
+#include <span>
 #include <QPainterPath>
 #include <QPointer>
 #include <QScrollBar>
@@ -367,17 +369,27 @@ void ctlListbox::SetStyle(int style) {
 }
 
 void ctlListbox::SetThemeColor(int32_t back) {
-  // Light faces for rows and lines, deeper tones for what marks a row.
+  // Light faces for rows and lines, deeper tones for what marks a row; on a
+  // dark face everything steps up from it instead, and the list turns dark.
   struct Derived {
     int32_t ListboxProps::*color;
     double shift;
   };
-  static constexpr Derived kDerived[] = {
+  static constexpr Derived kLight[] = {
       {&ListboxProps::ItemColor, 0.85},         {&ListboxProps::ItemColorPressed, 0.35},
       {&ListboxProps::FocusColor, -0.35},       {&ListboxProps::ProgressBarColor, -0.2},
       {&ListboxProps::GridLineColor, 0.6},      {&ListboxProps::SegmentationLineColor, 0.3},
   };
-  for (const Derived& d : kDerived) props_.*(d.color) = ShiftColor(back, d.shift);
+  static constexpr Derived kDark[] = {
+      {&ListboxProps::BackColor, 0.04},         {&ListboxProps::ItemColor, 0.1},
+      {&ListboxProps::ItemColorPressed, 0.3},   {&ListboxProps::FocusColor, 0.55},
+      {&ListboxProps::ProgressBarColor, 0.45},  {&ListboxProps::GridLineColor, 0.2},
+      {&ListboxProps::SegmentationLineColor, 0.25},
+  };
+  const bool dark = IsDarkColor(back);
+  if (!dark && IsDarkColor(props_.BackColor)) props_.BackColor = 0xFFFFFF;
+  for (const Derived& d : dark ? std::span<const Derived>(kDark) : std::span<const Derived>(kLight))
+    props_.*(d.color) = ShiftColor(back, d.shift);
   PropsChanged();
 }
 

@@ -100,6 +100,12 @@ TEST_F(Gallery, ThemesPaintTheFacesInTheirColours) {
   EXPECT_NEAR(seen.green(), want.green(), 12);
   EXPECT_NEAR(seen.blue(), want.blue(), 12);
 
+  // A dark style darkens the lists too, so its white text stays readable.
+  const QImage dark = Shot(5, -1);
+  ctlListbox* empty = window.EmptyList();
+  const QColor listFace = dark.pixelColor(empty->mapTo(&window, QPoint(10, 10)));
+  EXPECT_LT(listFace.lightness(), 96);
+
   // The same state renders the same; each of the four styles looks its own.
   EXPECT_LE(MostDifferentChannel(flat, Shot(26, blue)), 2);
   std::vector<QImage> styles;

@@ -30,6 +30,11 @@ TEST(ThemeColors, ShiftAndStepMoveEachChannelOnItsOwn) {
   EXPECT_EQ(ColorStep(0x0000FF, 0xFF0000, 4, 4), 0xFF0000);
   EXPECT_EQ(ColorStep(0x0000FF, 0xFF0000, 0, 4), 0x0000FF);
 
+  EXPECT_TRUE(IsDarkColor(0x101010));
+  EXPECT_TRUE(IsDarkColor(0xFF0000));  // pure blue is dark to the eye
+  EXPECT_FALSE(IsDarkColor(0xC3C3C3));
+  EXPECT_FALSE(IsDarkColor(0x00FFFF));
+
   // 0x00BBGGRR round trip through Qt's colour.
   EXPECT_EQ(FromBgr(0x0000FF), QColor(255, 0, 0));
   EXPECT_EQ(ToBgr(QColor(0x12, 0x34, 0x56)), 0x563412);
