@@ -16,6 +16,7 @@
 #include <QDesktopServices>
 #include <QFileInfo>
 #include <QFontDatabase>
+#include <QImageReader>
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QMenu>
@@ -42,6 +43,48 @@ constexpr int kCornerRadius = 3;
 constexpr int kResizeGrip = 12;
 constexpr int kDropDownWidth = 14;
 constexpr int kPadding = 4;
+constexpr int kHoverPoll = 100;
+constexpr int kMarkSize = 13;
+
+// The debug words, indexed by status number.
+constexpr const char* kPictureWords[] = {
+    "OK.",
+    "Generic Error.",
+    "Invalid Parameter.",
+    "Out Of Memory.",
+    "Object Busy.",
+    "Insufficient Buffer.",
+    "Not Implemented.",
+    "Win32 Error.",
+    "Wrong State.",
+    "Aborted.",
+    "File Not Found.",
+    "Value Overflow.",
+    "Access Denied.",
+    "Unknown Image Format.",
+    "FontFamily Not Found.",
+    "FontStyle Not Found.",
+    "Not TrueType Font.",
+    "Unsupported Gdiplus Version.",
+    "Gdiplus Not Initialized.",
+    "Property Not Found.",
+    "Property Not Supported.",
+    "Profile Not Found.",
+};
+
+// What a reader's failure means, by whether the path is there. Qt says "not
+// found" for any file it cannot open, so a path that exists and still fails
+// to open (a directory, no right to read) is denied access.
+struct ReaderFailure {
+  QImageReader::ImageReaderError error;
+  PictureStatus present, absent;
+};
+constexpr ReaderFailure kReaderFailures[] = {
+    {QImageReader::FileNotFoundError, PictureStatus::AccessDenied, PictureStatus::FileNotFound},
+    {QImageReader::DeviceError, PictureStatus::AccessDenied, PictureStatus::GenericError},
+    {QImageReader::UnsupportedFormatError, PictureStatus::UnknownImageFormat, PictureStatus::UnknownImageFormat},
+    {QImageReader::InvalidDataError, PictureStatus::InvalidParameter, PictureStatus::InvalidParameter},
+};
 
 // A combo that leaves the button's face free again when its list closes,
 // chosen or not.
@@ -192,6 +235,26 @@ bool ItemFlag(const QStringList& flags, qsizetype index) {
 
 }  // namespace
 
+QString PictureStatusWord(int status) {
+  if (status < 0 || status >= static_cast<int>(std::size(kPictureWords))) return QStringLiteral("Unknown GDI+ Error.");
+  return QString::fromLatin1(kPictureWords[status]);
+}
+
+QImage ReadPicture(const QString& file, PictureStatus* status) {
+  QImageReader reader(file);
+  reader.setAutoTransform(true);
+  QImage image = reader.read();
+  PictureStatus result = PictureStatus::Ok;
+  if (image.isNull()) {
+    result = PictureStatus::GenericError;
+    const bool present = QFileInfo::exists(file);
+    for (const ReaderFailure& f : kReaderFailures)
+      if (f.error == reader.error()) result = present ? f.present : f.absent;
+  }
+  if (status) *status = result;
+  return image;
+}
+
 ctlButton::ctlButton(QWidget* parent) : QWidget(parent), font_(FontFromText({})) {
   setFocusPolicy(Qt::StrongFocus);
   setMouseTracking(false);
@@ -217,7 +280,6 @@ ctlButton::ctlButton(QWidget* parent) : QWidget(parent), font_(FontFromText({}))
   connect(txtText, &QLineEdit::editingFinished, this, &ctlButton::CommitTextBox);
 
   connect(&tmrTimer, &QTimer::timeout, this, &ctlButton::FadeStep);
-  tmrTimerHover.setSingleShot(true);
   connect(&tmrTimerHover, &QTimer::timeout, this, &ctlButton::HoverCheck);
   connect(&timer_, &QTimer::timeout, this, &ctlButton::TimerFired);
 }
@@ -253,6 +315,7 @@ void ctlButton::changeEvent(QEvent* event) {
     status_ = ButtonStatus::Normal;
     cmbCombo->hide();
     txtText->hide();
+    tmrTimerHover.stop();
   }
   QWidget::changeEvent(event);
 }
@@ -393,6 +456,45 @@ void ctlButton::SetIcon(const QPixmap& v) {
   update();
 }
 
+void ctlButton::SetIconFontName(const QString& v) {
+  if (v != iconFontName_) iconFontReported_ = false;
+  Set(iconFontName_, v);
+}
+
+bool ctlButton::LoadPicture(const QString& file, QImage& into) {
+  PictureStatus status = PictureStatus::Ok;
+  QImage image = file.isEmpty() ? QImage() : ReadPicture(file, &status);
+  if (status != PictureStatus::Ok) {
+    emit DebugText(PictureStatusWord(static_cast<int>(status)));
+    return false;
+  }
+  into = std::move(image);
+  return true;
+}
+
+bool ctlButton::SetIconFile(const QString& file) {
+  QImage image;
+  if (!LoadPicture(file, image)) return false;
+  SetIcon(QPixmap::fromImage(image));
+  return true;
+}
+
+bool ctlButton::PaintImage(const QString& file) {
+  if (!LoadPicture(file, faceImage_)) return false;
+  faceScaled_ = QPixmap();
+  update();
+  return true;
+}
+
+int32_t ctlButton::ShiftColor(int32_t color, double amount) { return zel::ShiftColor(color, amount); }
+
+void ctlButton::SetLayeredWindow(int alpha) { window()->setWindowOpacity(std::clamp(alpha, 0, 255) / 255.0); }
+
+bool ctlButton::IsLayeredWindow() const {
+  const QWidget* w = window();
+  return w->windowOpacity() < 1.0 || w->testAttribute(Qt::WA_TranslucentBackground);
+}
+
 // ---- Actions ----
 
 DialogChooser& ctlButton::Chooser() const { return chooser_ ? *chooser_ : SystemChooser(); }
@@ -510,9 +612,15 @@ void ctlButton::FlashButton(int status, int interval) {
 }
 
 void ctlButton::HoverCheck() {
+  // A flash's own interval is over: from here the pointer is polled.
+  tmrTimerHover.setInterval(kHoverPoll);
   if (status_ == ButtonStatus::Pressed && QApplication::mouseButtons() != Qt::NoButton) return;
-  SetStatus(static_cast<int>(rect().contains(mapFromGlobal(QCursor::pos())) ? ButtonStatus::Hover
-                                                                            : ButtonStatus::Normal));
+  const QPoint pointer = PointerPosition ? PointerPosition() : QCursor::pos();
+  const bool inside = isVisible() && rect().contains(mapFromGlobal(pointer));
+  SetStatus(static_cast<int>(inside ? ButtonStatus::Hover : ButtonStatus::Normal));
+  if (inside) return;
+  tmrTimerHover.stop();
+  if (!TooltipHtml().isEmpty()) QToolTip::hideText();
 }
 
 // ---- Timer ----
@@ -761,6 +869,7 @@ void ctlButton::keyPressEvent(QKeyEvent* event) {
 
 void ctlButton::enterEvent(QEnterEvent* event) {
   if (status_ == ButtonStatus::Normal) SetStatus(static_cast<int>(ButtonStatus::Hover));
+  if (!tmrTimerHover.isActive()) tmrTimerHover.start(kHoverPoll);
   ShowTooltip();
   QWidget::enterEvent(event);
 }
@@ -795,6 +904,10 @@ ctlButton::FaceLayout ctlButton::LayoutFace() const {
   if (!icon_.isNull() || !iconText_.isEmpty()) {
     layout.icon = QRectF(inner.left(), (height() - iconSize_) / 2.0, iconSize_, iconSize_);
     inner.setLeft(layout.icon.right() + kPadding);
+  }
+  if (mode_ == ButtonMode::Check || mode_ == ButtonMode::Radio) {
+    layout.mark = QRectF(inner.left(), (height() - kMarkSize) / 2, kMarkSize, kMarkSize);
+    inner.setLeft(layout.mark.right() + kPadding);
   }
   if (showDropDownSymbol_) {
     layout.dropDown = QRectF(inner.right() - kDropDownWidth, inner.top(), kDropDownWidth, inner.height());
@@ -834,6 +947,7 @@ void ctlButton::paintEvent(QPaintEvent*) {
       p.fillPath(shape, gradient);
     }
   }
+  PaintFaceImage(p, shape);
   if (max_ > min_ && value_ > min_) {
     const qreal share = std::min(1.0, double(value_ - min_) / (max_ - min_));
     p.save();
@@ -867,7 +981,7 @@ void ctlButton::paintEvent(QPaintEvent*) {
   if (!layout.icon.isNull()) {
     if (!icon_.isNull()) {
       p.drawPixmap(layout.icon.toRect(), icon_);
-    } else if (QFontDatabase::families().contains(iconFontName_) || !DrawGlyph(p, layout.icon, iconText_, fore)) {
+    } else if (!GlyphFontMissing() || !DrawGlyph(p, layout.icon, iconText_, fore)) {
       QFont glyphFont(iconFontName_);
       glyphFont.setPixelSize(iconSize_);
       p.setFont(glyphFont);
@@ -875,6 +989,7 @@ void ctlButton::paintEvent(QPaintEvent*) {
       p.drawText(layout.icon, Qt::AlignCenter, iconText_);
     }
   }
+  if (!layout.mark.isNull()) PaintMark(p, layout.mark, fore, back);
   if (!layout.dropDown.isNull()) {
     DrawGlyph(p, layout.dropDown, QStringLiteral("6"), fore);
     if (showSeparator_) {
@@ -912,6 +1027,57 @@ void ctlButton::paintEvent(QPaintEvent*) {
     p.setBrush(Qt::NoBrush);
     p.drawRoundedRect(face.adjusted(2, 2, -2, -2), radius, radius);
   }
+}
+
+void ctlButton::PaintFaceImage(QPainter& p, const QPainterPath& shape) {
+  if (faceImage_.isNull()) return;
+  const QSizeF fitted = QSizeF(faceImage_.size()).scaled(QSizeF(size()), Qt::KeepAspectRatio);
+  const QPointF at((width() - fitted.width()) / 2, (height() - fitted.height()) / 2);
+  // Scaled once for the size and the pixel ratio of where it is drawn.
+  const qreal ratio = p.device()->devicePixelRatioF();
+  const QSize pixels = (fitted * ratio).toSize();
+  if (faceScaled_.size() != pixels || faceScaled_.devicePixelRatio() != ratio) {
+    faceScaled_ = QPixmap::fromImage(faceImage_.scaled(pixels, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
+    faceScaled_.setDevicePixelRatio(ratio);
+  }
+  p.save();
+  p.setClipPath(shape);
+  p.drawPixmap(at, faceScaled_);
+  p.restore();
+}
+
+// A tick box for a check button, a round mark for a radio button, filled in
+// the text colour when checked, so that a group reads as one.
+void ctlButton::PaintMark(QPainter& p, const QRectF& box, const QColor& fore, const QColor& back) {
+  p.save();
+  p.setRenderHint(QPainter::Antialiasing);
+  p.setPen(QPen(fore, 1));
+  p.setBrush(Qt::NoBrush);
+  const QRectF edge = box.adjusted(0.5, 0.5, -0.5, -0.5);
+  if (mode_ == ButtonMode::Radio) {
+    p.drawEllipse(edge);
+    if (checked_) {
+      p.setPen(Qt::NoPen);
+      p.setBrush(fore);
+      p.drawEllipse(box.adjusted(3, 3, -3, -3));
+    }
+  } else {
+    if (checked_) p.setBrush(fore);
+    p.drawRoundedRect(edge, 2, 2);
+    if (checked_) DrawGlyph(p, box, QStringLiteral("a"), back);
+  }
+  p.restore();
+}
+
+bool ctlButton::GlyphFontMissing() {
+  if (QFontDatabase::families().contains(iconFontName_)) return false;
+  if (!iconFontReported_) {
+    iconFontReported_ = true;
+    // Told after the paint, not from inside it.
+    const QString word = PictureStatusWord(static_cast<int>(PictureStatus::FontFamilyNotFound));
+    QMetaObject::invokeMethod(this, [this, word] { emit DebugText(word); }, Qt::QueuedConnection);
+  }
+  return true;
 }
 
 // ---- Accessibility ----

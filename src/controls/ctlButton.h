@@ -5,6 +5,7 @@
 
 #include <QElapsedTimer>
 #include <QFont>
+#include <QImage>
 #include <QPixmap>
 #include <QPoint>
 #include <QRectF>
@@ -25,6 +26,8 @@ class QAction;
 class QComboBox;
 class QLineEdit;
 class QMenu;
+class QPainter;
+class QPainterPath;
 
 namespace zel {
 
@@ -50,6 +53,25 @@ enum class ButtonStatus : int { Normal = 0, Hover = 1, Pressed = 2, Released = 3
 // the start, then raises TimerEnd after its last tick; Once ticks once and
 // raises TimerEnd. Either end turns TimerEnabled off.
 enum class TimerKind : int { Repeat = 0, Duration = 1, Once = 2 };
+
+// Why a picture did not load, numbered as the debug words are; PictureStatusWord
+// gives the word.
+enum class PictureStatus : int {
+  Ok = 0,
+  GenericError = 1,
+  InvalidParameter = 2,
+  FileNotFound = 10,
+  AccessDenied = 12,
+  UnknownImageFormat = 13,
+  FontFamilyNotFound = 14,
+};
+// The debug word of a status number; a number outside the table gives
+// "Unknown GDI+ Error.".
+QString PictureStatusWord(int status);
+// Reads a picture file; on failure the status says why and the image is null.
+// A path that exists but cannot be read as a file (a directory, no right to
+// read) is AccessDenied.
+QImage ReadPicture(const QString& file, PictureStatus* status);
 
 // The four colour sets a face is drawn in; Released is drawn as Hover.
 enum class ColorForm : int { Normal = 0, Hover = 1, Pressed = 2, Disable = 3 };
@@ -218,7 +240,12 @@ class ctlButton : public QWidget {
   QString IconText() const { return iconText_; }
   void SetIconText(const QString& v) { Set(iconText_, v); }
   QString IconFontName() const { return iconFontName_; }
-  void SetIconFontName(const QString& v) { Set(iconFontName_, v); }
+  // A face that is not installed is told once by DebugText
+  // "FontFamily Not Found." when the icon is drawn without it.
+  void SetIconFontName(const QString& v);
+  // Loads the icon from a picture file; a file that does not load keeps the
+  // icon and raises DebugText with its status word. An empty path clears it.
+  bool SetIconFile(const QString& file);
 
   // Timer, ending as TimerKind tells.
   bool TimerEnabled() const { return timerEnabled_; }
@@ -271,6 +298,25 @@ class ctlButton : public QWidget {
   // number that is no class, changes nothing and raises DebugText.
   int ThreadPriority() const;
   void SetThreadPriority(int priorityClass);
+
+  // Drawing helpers.
+  // A picture file as the face's background: scaled to fit the face with its
+  // proportions kept, centred, over the back colour and under the progress
+  // fill, the border, the check mark, the icon and the texts; a flat label
+  // shows it too. A file that does not load keeps the former picture and
+  // raises DebugText with its status word. An empty path clears it.
+  bool PaintImage(const QString& file);
+  QImage FaceImage() const { return faceImage_; }
+  // The theme's ShiftColor: toward white for a positive amount, toward black
+  // for a negative one.
+  static int32_t ShiftColor(int32_t color, double amount);
+  // The opacity of the button's top-level window, 0 clear to 255 opaque.
+  void SetLayeredWindow(int alpha);
+  // Whether that window is drawn translucent.
+  bool IsLayeredWindow() const;
+
+  // When set, answers in place of QCursor::pos() for the hover poll (tests).
+  static inline std::function<QPoint()> PointerPosition;
 
   // Runs the action of the Mode as a release inside would; nothing while
   // disabled.
@@ -355,8 +401,12 @@ class ctlButton : public QWidget {
   void ShowTooltip();
   ColorForm FormForState() const;
   struct FaceLayout {
-    QRectF title, icon, dropDown, caption;
+    QRectF title, icon, mark, dropDown, caption;
   };
+  bool LoadPicture(const QString& file, QImage& into);
+  void PaintFaceImage(QPainter& p, const QPainterPath& shape);
+  void PaintMark(QPainter& p, const QRectF& box, const QColor& fore, const QColor& back);
+  bool GlyphFontMissing();
   FaceLayout LayoutFace() const;
   void ClickCommand();
   void ClickCheck();
@@ -389,6 +439,9 @@ class ctlButton : public QWidget {
   int iconSize_ = 16;
   QString iconText_;
   QString iconFontName_ = QStringLiteral("Webdings");
+  bool iconFontReported_ = false;
+  QImage faceImage_;
+  QPixmap faceScaled_;  // faceImage_ at the size and pixel ratio last painted
   bool timerEnabled_ = false;
   int timerInterval_ = 1000, timerDuration_ = 0;
   TimerKind timerType_ = TimerKind::Repeat;
@@ -402,7 +455,10 @@ class ctlButton : public QWidget {
   QComboBox* cmbCombo = nullptr;
   QLineEdit* txtText = nullptr;
   QTimer tmrTimer;       // the colour fade
-  QTimer tmrTimerHover;  // a flash's end: back to what the pointer says
+  // While the button is not normal it asks where the pointer is: a flash ends
+  // in what the pointer says, and a hover ends though no Leave came (a window
+  // moved away under a still pointer).
+  QTimer tmrTimerHover;
   QTimer timer_;         // the user's timer
   QElapsedTimer timerClock_;
   std::array<int32_t, 4> fadeFrom_{};

@@ -8,9 +8,11 @@
 #include <QApplication>
 #include <QAccessibleInterface>
 #include <QComboBox>
+#include <QDir>
 #include <QEnterEvent>
 #include <QLineEdit>
 #include <QMenu>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QToolTip>
 
@@ -78,6 +80,21 @@ struct Recorder {
     return all;
   }
 };
+
+// Where the hover poll finds the pointer, for one test.
+struct PointerAt {
+  explicit PointerAt(std::function<QPoint()> at) { ctlButton::PointerPosition = std::move(at); }
+  ~PointerAt() { ctlButton::PointerPosition = nullptr; }
+};
+
+// A small picture file in a scratch folder.
+QString WritePicture(const QTemporaryDir& dir, const QColor& color, QSize size = {2, 2}) {
+  QImage image(size, QImage::Format_RGB32);
+  image.fill(color);
+  const QString file = dir.filePath(color.name().mid(1) + ".png");
+  image.save(file);
+  return file;
+}
 
 struct Shown {
   QWidget window;
@@ -509,6 +526,7 @@ TEST(ButtonTimer, EachKindEndsAsDocumented) {
 TEST(ButtonHover, EnterAndLeaveDriveStatusTooltipAndFade) {
   Shown s;
   ctlButton& b = *s.button;
+  const PointerAt pointer([&] { return b.mapToGlobal(QPoint(20, 15)); });
   b.SetTooltipTitle("提示");
   b.SetTooltip("a<b\n第二行");
   const QPointF inside(20, 15);
@@ -533,13 +551,43 @@ TEST(ButtonHover, EnterAndLeaveDriveStatusTooltipAndFade) {
   b.SetEnabled(false);
   EXPECT_EQ(b.ShownBackColor(), 0x00FF00);
   EXPECT_EQ(b.Status(), static_cast<int>(ButtonStatus::Normal));
+}
 
-  // A flash ends in what the pointer says: here outside.
-  b.SetEnabled(true);
-  QCursor::setPos(5, 5);
-  b.FlashButton(static_cast<int>(ButtonStatus::Pressed), 5);
-  EXPECT_EQ(b.Status(), static_cast<int>(ButtonStatus::Pressed));
-  EXPECT_TRUE(QTest::qWaitFor([&] { return b.Status() == static_cast<int>(ButtonStatus::Normal); }, 5000));
+// The poll ends a hover that no Leave ended, and a flash in what the pointer
+// says; while the pointer stays inside the hover stands.
+TEST(ButtonHover, PollFollowsThePointerWithoutLeave) {
+  struct Case {
+    int flash;  // -1: an Enter starts the hover
+    bool inside;
+    ButtonStatus end;
+  };
+  const Case cases[] = {
+      {-1, false, ButtonStatus::Normal}, {-1, true, ButtonStatus::Hover},
+      {2, false, ButtonStatus::Normal},  {2, true, ButtonStatus::Hover},
+      {3, false, ButtonStatus::Normal},
+  };
+  for (const Case& c : cases) {
+    Shown s;
+    ctlButton& b = *s.button;
+    int asked = 0;
+    const PointerAt at([&] {
+      ++asked;
+      return b.mapToGlobal(c.inside ? QPoint(20, 15) : QPoint(-40, 15));
+    });
+    const QPointF in(20, 15);
+    QEnterEvent enter(in, b.mapToGlobal(in), b.mapToGlobal(in));
+    if (c.flash < 0)
+      QApplication::sendEvent(&b, &enter);
+    else
+      b.FlashButton(c.flash, 5);
+    const std::string label = std::to_string(c.flash) + (c.inside ? " inside" : " outside");
+    ASSERT_TRUE(QTest::qWaitFor([&] { return asked >= (c.inside ? 2 : 1); }, 5000)) << label;
+    EXPECT_EQ(b.Status(), static_cast<int>(c.end)) << label;
+    if (c.inside || c.flash >= 0) continue;
+    // Once normal the poll rests.
+    QTest::qWait(250);
+    EXPECT_EQ(asked, 1) << label;
+  }
 }
 
 TEST(ButtonHover, TooltipText) {
@@ -605,6 +653,75 @@ TEST(ButtonWindow, OnlyACaptionBarDragsItsWindowAndLimitsHold) {
   s.button->SetWindowSizeLimit(false);
   EXPECT_EQ(s.window.minimumSize(), QSize(0, 0));
   EXPECT_EQ(s.window.maximumWidth(), QWIDGETSIZE_MAX);
+}
+
+TEST(ButtonWindow, LayeredWindowRoundTrip) {
+  struct Case {
+    int alpha;
+    double opacity;
+    bool layered;
+  };
+  const Case cases[] = {{128, 128 / 255.0, true}, {255, 1.0, false}, {0, 0.0, true}, {300, 1.0, false}, {-5, 0.0, true}};
+  Shown s;
+  for (const Case& c : cases) {
+    s.button->SetLayeredWindow(c.alpha);
+    EXPECT_NEAR(s.window.windowOpacity(), c.opacity, 1.0 / 255) << c.alpha;
+    EXPECT_EQ(s.button->IsLayeredWindow(), c.layered) << c.alpha;
+  }
+}
+
+// Each way a picture fails to load gives its word once, and the former
+// picture stays; both loaders take the same road.
+TEST(ButtonPictures, LoadFailuresRaiseTheirStatusWord) {
+  QTemporaryDir dir;
+  const QString good = WritePicture(dir, QColor(255, 0, 255));
+  QFile text(dir.filePath("text.png")), cut(dir.filePath("cut.png")), whole(good);
+  ASSERT_TRUE(text.open(QIODevice::WriteOnly) && cut.open(QIODevice::WriteOnly) && whole.open(QIODevice::ReadOnly));
+  text.write("no picture here\n");
+  cut.write(whole.readAll().left(40));
+  text.close();
+  cut.close();
+  QDir(dir.path()).mkdir("folder.png");
+  struct Case {
+    QString file;
+    const char* word;  // empty: loads
+  };
+  const Case cases[] = {
+      {dir.filePath("missing.png"), "File Not Found."}, {text.fileName(), "Unknown Image Format."},
+      {dir.filePath("folder.png"), "Access Denied."},   {cut.fileName(), "Invalid Parameter."},
+      {good, ""},
+  };
+  using Loader = bool (ctlButton::*)(const QString&);
+  for (Loader load : {&ctlButton::PaintImage, &ctlButton::SetIconFile}) {
+    for (const Case& c : cases) {
+      ctlButton b;
+      ASSERT_TRUE((b.*load)(good));
+      std::vector<QString> debug;
+      QObject::connect(&b, &ctlButton::DebugText, [&](const QString& t) { debug.push_back(t); });
+      EXPECT_EQ((b.*load)(c.file), *c.word == 0) << c.file.toStdString();
+      EXPECT_EQ(debug, *c.word ? std::vector<QString>{c.word} : std::vector<QString>{}) << c.file.toStdString();
+      EXPECT_FALSE(b.FaceImage().isNull() && b.Icon().isNull());
+    }
+  }
+  struct Word {
+    int status;
+    const char* word;
+  };
+  for (const Word& w : {Word{0, "OK."}, Word{13, "Unknown Image Format."}, Word{21, "Profile Not Found."},
+                        Word{22, "Unknown GDI+ Error."}, Word{-1, "Unknown GDI+ Error."}})
+    EXPECT_EQ(PictureStatusWord(w.status), w.word) << w.status;
+
+  // A symbol face that is not installed is told once, however often drawn.
+  ctlButton b;
+  b.resize(120, 30);
+  b.SetIconFontName("No Such Symbol Face");
+  b.SetIconText("6");
+  std::vector<QString> debug;
+  QObject::connect(&b, &ctlButton::DebugText, [&](const QString& t) { debug.push_back(t); });
+  b.grab();
+  b.grab();
+  QCoreApplication::processEvents();
+  EXPECT_EQ(debug, std::vector<QString>{"FontFamily Not Found."});
 }
 
 // The nice value is one-way for an unprivileged process, so the change is
@@ -726,7 +843,22 @@ TEST(ButtonPaint, FaceFillBorderAndGlyph) {
     QPoint at;
     QColor expected;
   };
-  const QColor green(0, 255, 0), red(255, 0, 0), blue(0, 0, 255), paper(1, 2, 3);
+  const QColor green(0, 255, 0), red(255, 0, 0), blue(0, 0, 255), paper(1, 2, 3), yellow(255, 255, 0);
+  const QColor down(0, 0xE6, 0), magenta(255, 0, 255);
+  QTemporaryDir dir;
+  const QString picture = WritePicture(dir, magenta);
+  // A toggle without the fill, checked or not.
+  auto toggle = [](int mode, bool checked) {
+    return [=](ctlButton& b) {
+      b.SetValue(0);
+      b.SetMode(mode);
+      b.SetChecked(checked);
+    };
+  };
+  auto pictured = [&](ctlButton& b) {
+    b.SetValue(0);
+    b.PaintImage(picture);
+  };
   const Case cases[] = {
       {"face", [](ctlButton&) {}, QPoint(100, 15), green},
       {"fill", [](ctlButton&) {}, QPoint(20, 15), red},
@@ -744,8 +876,20 @@ TEST(ButtonPaint, FaceFillBorderAndGlyph) {
        },
        QPoint(100, 15), QColor(0, 0xE6, 0)},
       // The symbol face is not installed here: its down arrow is drawn.
-      {"glyph", [](ctlButton& b) { b.SetIconText("6"); }, QPoint(12, 15), QColor(0xFF, 0xFF, 0)},
+      {"glyph", [](ctlButton& b) { b.SetIconText("6"); }, QPoint(12, 15), yellow},
+      // The mark left of the caption: a box filled when checked, a dot in a
+      // ring for a radio button.
+      {"tick box checked", toggle(1, true), QPoint(7, 11), yellow},
+      {"tick box unchecked", toggle(1, false), QPoint(7, 11), green},
+      {"tick box edge", toggle(1, false), QPoint(4, 14), yellow},
+      {"radio dot checked", toggle(2, true), QPoint(10, 14), yellow},
+      {"radio dot unchecked", toggle(2, false), QPoint(10, 14), green},
+      {"radio mark is round", toggle(2, true), QPoint(5, 9), down},
+      // The picture fits the face with its proportions, centred.
+      {"picture", pictured, QPoint(60, 15), magenta},
+      {"picture keeps proportions", pictured, QPoint(40, 15), green},
   };
+  for (const qreal ratio : {1.0, 2.0})
   for (const Case& c : cases) {
     ctlButton b;
     b.resize(120, 30);
@@ -759,10 +903,11 @@ TEST(ButtonPaint, FaceFillBorderAndGlyph) {
     b.SetForeColor(0x00FFFF);
     b.SetValue(50);
     c.set(b);
-    QImage image(b.size(), QImage::Format_RGB32);
+    QImage image(b.size() * ratio, QImage::Format_RGB32);
+    image.setDevicePixelRatio(ratio);
     image.fill(paper);
     b.render(&image, QPoint(), QRegion(), QWidget::DrawChildren);
-    EXPECT_EQ(image.pixelColor(c.at), c.expected) << c.what;
+    EXPECT_EQ(image.pixelColor(c.at * ratio), c.expected) << c.what << " at ratio " << ratio;
   }
 }
 
