@@ -225,7 +225,8 @@ void GalleryWindow::BuildButtons(QWidget* area) {
     if (f.mode == 4) b->SetComboBoxItems("MP4|MKV|AVI|MP3|GIF");
     if (f.mode == 7) b->SetCaptionNullText("请选择文件");
     if (f.mode == 0 && f.enabled) command_ = b;
-    if (f.mode == 1) b->SetChecked(true);
+    // The toggle and the first of the radio group show their marks ticked.
+    b->SetChecked(f.mode == 1 || QString(f.caption) == "视频");
     connect(b, &ctlButton::Click, this, [this, b] { Note(b->Caption()); });
     grid->addWidget(b, at / 2, at % 2);
     ++at;
