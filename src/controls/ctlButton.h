@@ -455,9 +455,9 @@ class ctlButton : public QWidget {
   QComboBox* cmbCombo = nullptr;
   QLineEdit* txtText = nullptr;
   QTimer tmrTimer;       // the colour fade
-  // While the button is not normal it asks where the pointer is: a flash ends
-  // in what the pointer says, and a hover ends though no Leave came (a window
-  // moved away under a still pointer).
+  // From an Enter or a flash until the button is normal again it asks every
+  // 100 ms where the pointer is: a flash ends in what the pointer says, and a
+  // hover ends though no Leave came (a window moved away under a still pointer).
   QTimer tmrTimerHover;
   QTimer timer_;         // the user's timer
   QElapsedTimer timerClock_;
