@@ -709,10 +709,10 @@ void ctlListbox::PaintBorder(QPainter& p) const {
   p.save();
   p.setRenderHint(QPainter::Antialiasing, false);
   p.setBrush(Qt::NoBrush);
-  const QRect r = rect().adjusted(0, 0, -1, -1);
+  const QRect r = rect();
   if (props_.BorderStyle != 1) {
     p.setPen(FromBgr(props_.BorderColor));
-    p.drawRect(r);
+    p.drawRect(r.adjusted(0, 0, -1, -1));  // a drawn rectangle covers one pixel more
   } else {
     // Sunken: light falls from the top left, so the upper and left edges lie
     // in shade, the deeper one inside.
