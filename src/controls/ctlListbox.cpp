@@ -10,6 +10,7 @@
 
 #include <QAbstractItemView>
 #include <QAccessible>
+#include <QApplication>
 #include <QAccessibleWidget>
 #include <QComboBox>
 #include <QFileInfo>
@@ -41,6 +42,10 @@ constexpr int kFrameInterval = 15;  // ms between animation frames
 constexpr int kScrollFrames = 8;
 constexpr int kFadeStep = 40;  // alpha added per frame of the selection fade
 constexpr int kWheelNotch = 120;
+// How long the scroll index box stays up after the last scroll step.
+constexpr int kScrollIndexLinger = 700;
+// The row faces are never see-through entirely, or the rows would vanish.
+constexpr qreal kLeastOpacity = 0.1;
 // A path longer than this is taken for a picture's bytes.
 constexpr qsizetype kLongestPath = 4096;
 // The cache of scaled thumbnails, in KiB of pixels.
@@ -206,7 +211,8 @@ ctlListbox::ctlListbox(QWidget* parent)
       cmbCombo_(new QComboBox(this)),
       ctlScrollbar1_(new QScrollBar(Qt::Vertical, this)),
       tmrTimer_(new QTimer(this)),
-      tmrTimerDraw_(new QTimer(this)) {
+      tmrTimerDraw_(new QTimer(this)),
+      tmrScrollIndex_(new QTimer(this)) {
   setFocusPolicy(Qt::StrongFocus);
   setAttribute(Qt::WA_OpaquePaintEvent);
   thumbs_.setMaxCost(kThumbCacheKiB);
@@ -222,7 +228,18 @@ ctlListbox::ctlListbox(QWidget* parent)
   });
   connect(txtText_, &QLineEdit::editingFinished, this, &ctlListbox::CloseEditor);
   connect(cmbCombo_, &QComboBox::activated, this, &ctlListbox::CloseEditor);
-  connect(ctlScrollbar1_, &QScrollBar::valueChanged, this, [this](int value) { SetOffset(value); });
+  connect(ctlScrollbar1_, &QScrollBar::valueChanged, this, [this](int value) {
+    SetOffset(value);
+    ShowScrollIndexBox();
+  });
+  tmrScrollIndex_->setSingleShot(true);
+  tmrScrollIndex_->setInterval(kScrollIndexLinger);
+  connect(tmrScrollIndex_, &QTimer::timeout, this, [this] {
+    scrollIndexShown_ = false;
+    update();
+  });
+  // Focus moving between the list and its own editors is no leaving.
+  connect(qApp, &QApplication::focusChanged, this, [this](QWidget*, QWidget* now) { FocusMoved(now); });
   tmrTimer_->setInterval(kFrameInterval);
   tmrTimerDraw_->setInterval(kFrameInterval);
   connect(tmrTimer_, &QTimer::timeout, this, &ctlListbox::OnScrollFrame);
@@ -240,10 +257,21 @@ ctlListbox::ctlListbox(QWidget* parent)
     Repaint(reason);
   };
   model_.ListChanged = [this] {
+    const bool appended = appended_;
     if (!appended_) layoutDirty_ = true;
     appended_ = false;
     InvalidateAccessibleRows();
     UpdateScrollBar();
+    if (QAccessible::isActive()) {
+      // A screen reader keeps its own copy of the rows: a new row is
+      // announced, and any change has the rows read again.
+      if (appended) {
+        QAccessibleEvent created(AccessibleRow(ListCount() - 1), QAccessible::ObjectCreated);
+        QAccessible::updateAccessibility(&created);
+      }
+      QAccessibleEvent reorder(this, QAccessible::ObjectReorder);
+      QAccessible::updateAccessibility(&reorder);
+    }
     if (removingSelection_) {
       removingSelection_ = false;
       emit SelectionChanged();
@@ -277,6 +305,8 @@ ctlListbox::ctlListbox(QWidget* parent)
 }
 
 ctlListbox::~ctlListbox() {
+  // Tearing the widget down moves the focus, which must not reach this list.
+  disconnect(qApp, &QApplication::focusChanged, this, nullptr);
   InvalidateAccessibleRows();
   // The model's callbacks point at this control.
   model_.Repaint = nullptr;
@@ -288,6 +318,8 @@ ctlListbox::~ctlListbox() {
 void ctlListbox::PropsChanged() {
   layoutDirty_ = true;
   setMouseTracking(props_.MoveMouse);
+  if (!props_.ShowScrollIndex) scrollIndexShown_ = false;
+  StyleScrollBar();
   UpdateScrollBar();
   Repaint("Property");
 }
@@ -309,6 +341,7 @@ void ctlListbox::RemoveItem(int index) {
   drawAlpha_ = 255;
   hoverRow_ = pressRow_ = -1;
   removingSelection_ = ListIndex() != -1;
+  AnnounceRemoved(index, index + 1);
   model_.RemoveItem(index);
   removingSelection_ = false;
   SetOffset(offset_);  // clamps to the shorter list
@@ -321,6 +354,7 @@ void ctlListbox::Clear() {
   drawAlpha_ = 255;
   hoverRow_ = pressRow_ = -1;
   offset_ = 0;
+  AnnounceRemoved(0, ListCount());
   model_.Clear();
 }
 
@@ -419,11 +453,15 @@ int ctlListbox::TotalHeight() const {
   return tops_.back();
 }
 
+int ctlListbox::Frame() const { return props_.ShowBorder ? (props_.BorderStyle == 1 ? 2 : 1) : 0; }
+
 int ctlListbox::ViewHeight() const {
-  return std::max(0, height() - (props_.ShowListTip ? props_.ListTipBoxHeight : 0));
+  return std::max(0, height() - 2 * Frame() - (props_.ShowListTip ? props_.ListTipBoxHeight : 0));
 }
 
-int ctlListbox::RowsRight() const { return width() - (ctlScrollbar1_->isHidden() ? 0 : props_.ScrollBarWidth); }
+int ctlListbox::RowsRight() const {
+  return width() - Frame() - (ctlScrollbar1_->isHidden() ? 0 : props_.ScrollBarWidth);
+}
 
 void ctlListbox::UpdateScrollBar() {
   const int most = std::max(0, TotalHeight() - ViewHeight());
@@ -433,7 +471,7 @@ void ctlListbox::UpdateScrollBar() {
   ctlScrollbar1_->setPageStep(std::max(1, ViewHeight()));
   ctlScrollbar1_->setSingleStep(std::max(1, props_.ItemHeight / 2));
   ctlScrollbar1_->setValue(offset_);
-  ctlScrollbar1_->setGeometry(width() - props_.ScrollBarWidth, 0, props_.ScrollBarWidth, ViewHeight());
+  ctlScrollbar1_->setGeometry(width() - Frame() - props_.ScrollBarWidth, Frame(), props_.ScrollBarWidth, ViewHeight());
   ctlScrollbar1_->setVisible(most > 0);
 }
 
@@ -463,6 +501,49 @@ void ctlListbox::Scroll(int index) {
   if (index < 0 || index >= ListCount()) return;
   EnsureLayout();
   AnimateTo(tops_[static_cast<size_t>(index)]);
+  ShowScrollIndexBox();
+}
+
+void ctlListbox::ShowScrollIndexBox() {
+  if (!props_.ShowScrollIndex || ListCount() == 0) return;
+  scrollIndexShown_ = true;
+  tmrScrollIndex_->start();  // each step keeps it up a while longer
+  update();
+}
+
+QString ctlListbox::ScrollIndexText() const {
+  if (ListCount() == 0) return {};
+  EnsureLayout();
+  const auto first = std::upper_bound(tops_.begin(), tops_.end() - 1, offset_);
+  return QStringLiteral("%1 / %2").arg(first - tops_.begin()).arg(ListCount());
+}
+
+void ctlListbox::StyleScrollBar() {
+  // The slim bar: a rounded handle over the list's own back, no arrows; the
+  // bar keeps its full width for the pointer to catch.
+  QString sheet;
+  if (!props_.ShowSystemScrollBar) {
+    const int width = std::max(4, props_.ScrollBarWidth);
+    const int handle = std::max(2, width / 2);
+    const QString back = props_.TransparentBack ? QStringLiteral("transparent") : FromBgr(props_.BackColor).name();
+    sheet = QStringLiteral(
+                "QScrollBar:vertical{background:%1;border:none;margin:0;width:%2px;}"
+                "QScrollBar::handle:vertical{background:%3;border:none;border-radius:%4px;min-height:24px;"
+                "margin:2px %5px;}"
+                "QScrollBar::handle:vertical:hover,QScrollBar::handle:vertical:pressed{background:%6;}"
+                "QScrollBar::add-line:vertical,QScrollBar::sub-line:vertical{height:0;border:none;background:none;}"
+                "QScrollBar::add-page:vertical,QScrollBar::sub-page:vertical{background:none;}")
+                .arg(back)
+                .arg(width)
+                .arg(FromBgr(ColorStep(props_.BackColor, props_.ForeColor, 2, 5)).name())
+                .arg(handle / 2)
+                .arg((width - handle) / 2)
+                .arg(FromBgr(ColorStep(props_.BackColor, props_.ForeColor, 3, 5)).name());
+  }
+  // Parsing a style sheet costs; most property changes leave it as it was.
+  if (sheet == scrollBarSheet_) return;
+  scrollBarSheet_ = sheet;
+  ctlScrollbar1_->setStyleSheet(sheet);
 }
 
 void ctlListbox::AnimateTo(int offset) {
@@ -482,6 +563,7 @@ void ctlListbox::AnimateTo(int offset) {
 
 void ctlListbox::OnScrollFrame() {
   ++animFrame_;
+  ShowScrollIndexBox();
   if (animFrame_ >= animFrames_) {
     tmrTimer_->stop();
     SetOffset(animTo_);
@@ -502,7 +584,7 @@ QRect ctlListbox::RowRect(int index) const {
   if (index < 0 || index >= ListCount()) return {};
   EnsureLayout();
   const int top = tops_[static_cast<size_t>(index)];
-  return QRect(0, top - offset_, RowsRight(), tops_[static_cast<size_t>(index) + 1] - top);
+  return QRect(Frame(), Frame() + top - offset_, RowsRight() - Frame(), tops_[static_cast<size_t>(index) + 1] - top);
 }
 
 QRect ctlListbox::ItemRect(int index) const { return RowRect(index); }
@@ -510,9 +592,10 @@ QRect ctlListbox::CheckBoxRect(int index) const { return PartsOf(index, RowRect(
 QRect ctlListbox::ValueRect(int index) const { return PartsOf(index, RowRect(index)).value; }
 
 int ctlListbox::IndexAt(QPoint pos) const {
-  if (pos.x() < 0 || pos.x() >= RowsRight() || pos.y() < 0 || pos.y() >= ViewHeight()) return -1;
+  const int f = Frame();
+  if (pos.x() < f || pos.x() >= RowsRight() || pos.y() < f || pos.y() >= f + ViewHeight()) return -1;
   EnsureLayout();
-  const int y = pos.y() + offset_;
+  const int y = pos.y() - f + offset_;
   if (y >= tops_.back()) return -1;
   const auto hit = std::upper_bound(tops_.begin(), tops_.end() - 1, y);
   return static_cast<int>(hit - tops_.begin()) - 1;
@@ -565,7 +648,10 @@ ctlListbox::RowParts ctlListbox::PartsOf(int index, const QRect& row) const {
 void ctlListbox::paintEvent(QPaintEvent*) {
   EnsureLayout();
   QPainter p(this);
-  const QRect view(0, 0, RowsRight(), ViewHeight());
+  p.setRenderHint(QPainter::Antialiasing, props_.UseGDIPlus);
+  p.setRenderHint(QPainter::TextAntialiasing, props_.UseGDIPlus);
+  const int f = Frame();
+  const QRect view(f, f, RowsRight() - f, ViewHeight());
   if (!props_.TransparentBack) p.fillRect(rect(), FromBgr(props_.BackColor));
   if (ListCount() == 0) {
     p.setPen(FromBgr(props_.ForeColor));
@@ -582,16 +668,81 @@ void ctlListbox::paintEvent(QPaintEvent*) {
     p.setClipping(false);
   }
   if (props_.ShowListTip) {
-    const QRect tip(0, view.bottom() + 1, width(), props_.ListTipBoxHeight);
+    const QRect tip(f, view.bottom() + 1, width() - 2 * f, props_.ListTipBoxHeight);
     p.fillRect(tip, FromBgr(ShiftColor(props_.BackColor, -0.06)));
     p.setPen(FromBgr(props_.ForeColor));
     p.drawText(tip.adjusted(props_.Padding, 0, -props_.Padding, 0), Qt::AlignVCenter | Qt::AlignLeft,
                props_.ListTipText);
   }
-  if (props_.ShowBorder) {
-    p.setPen(FromBgr(props_.BorderColor));
-    p.drawRect(rect().adjusted(0, 0, -1, -1));
+  if (scrollIndexShown_) PaintScrollIndex(p, view);
+  PaintBorder(p);
+}
+
+void ctlListbox::PaintScrollIndex(QPainter& p, const QRect& view) const {
+  const QString text = ScrollIndexText();
+  const QFontMetrics fm = p.fontMetrics();
+  const QSize box(fm.horizontalAdvance(text) + 16, fm.height() + 8);
+  const int margin = 6;
+  QPoint at = view.center() - QPoint(box.width() / 2, box.height() / 2);
+  if (props_.ScrollIndexStyle != 1) {
+    // By the bar, level with its handle, so the eye finds it where it looks.
+    const int most = std::max(1, TotalHeight() - ViewHeight());
+    const int travel = std::max(0, view.height() - box.height() - 2 * margin);
+    at = QPoint(view.right() - margin - box.width() + 1,
+                view.top() + margin + static_cast<int>(static_cast<int64_t>(travel) * offset_ / most));
   }
+  const QRect r(at, box);
+  p.save();
+  p.setRenderHint(QPainter::Antialiasing);
+  QColor face = FromBgr(props_.ForeColor);
+  face.setAlpha(200);
+  p.setPen(Qt::NoPen);
+  p.setBrush(face);
+  p.drawRoundedRect(r, 4, 4);
+  p.setPen(FromBgr(props_.BackColor));
+  p.drawText(r, Qt::AlignCenter, text);
+  p.restore();
+}
+
+void ctlListbox::PaintBorder(QPainter& p) const {
+  if (!props_.ShowBorder) return;
+  p.save();
+  p.setRenderHint(QPainter::Antialiasing, false);
+  p.setBrush(Qt::NoBrush);
+  const QRect r = rect();
+  if (props_.BorderStyle != 1) {
+    p.setPen(FromBgr(props_.BorderColor));
+    p.drawRect(r.adjusted(0, 0, -1, -1));  // a drawn rectangle covers one pixel more
+  } else {
+    // Sunken: light falls from the top left, so the upper and left edges lie
+    // in shade, the deeper one inside.
+    const auto relief = [&p](const QRect& e, int32_t shade, int32_t light) {
+      p.setPen(FromBgr(shade));
+      p.drawLine(e.topLeft(), e.topRight());
+      p.drawLine(e.topLeft(), e.bottomLeft());
+      p.setPen(FromBgr(light));
+      p.drawLine(e.bottomLeft(), e.bottomRight());
+      p.drawLine(e.topRight(), e.bottomRight());
+    };
+    relief(r, props_.BorderColor, ShiftColor(props_.BorderColor, 0.8));
+    relief(r.adjusted(1, 1, -1, -1), ShiftColor(props_.BorderColor, -0.45), ShiftColor(props_.BorderColor, 0.45));
+  }
+  p.restore();
+}
+
+void ctlListbox::DrawRowText(QPainter& p, const QRect& r, int flags, const QString& text, const QColor& color) const {
+  static constexpr QPoint kShadow[] = {{1, 1}};
+  static constexpr QPoint kOutline[] = {{-1, -1}, {0, -1}, {1, -1}, {-1, 0}, {1, 0}, {-1, 1}, {0, 1}, {1, 1}};
+  static constexpr std::span<const QPoint> kEffects[] = {{}, kShadow, kOutline};
+  const int effect = props_.TextEffect;
+  if (effect > 0 && effect < static_cast<int>(std::size(kEffects))) {
+    QColor around = FromBgr(props_.TextEffectColor);
+    around.setAlpha(color.alpha());
+    p.setPen(around);
+    for (const QPoint& step : kEffects[effect]) p.drawText(r.translated(step), flags, text);
+  }
+  p.setPen(color);
+  p.drawText(r, flags, text);
 }
 
 void ctlListbox::PaintRow(QPainter& p, int index, const QRect& rect) const {
@@ -601,6 +752,8 @@ void ctlListbox::PaintRow(QPainter& p, int index, const QRect& rect) const {
   const RowParts parts = PartsOf(index, rect);
   const int pad = props_.Padding;
 
+  // The faces let the list's back show through by the Transparent step.
+  p.setOpacity(std::max(kLeastOpacity, 1.0 - std::clamp(props_.Transparent, 0, 100) / 100.0));
   p.fillRect(rect, ResolveColor(item.BackColor, FromBgr(props_.ItemColor)));
   if (selected) {
     QColor face = FromBgr(props_.ItemColorPressed);
@@ -619,6 +772,7 @@ void ctlListbox::PaintRow(QPainter& p, int index, const QRect& rect) const {
     p.fillRect(rect, QColor(0, 0, 0, 12));
   }
   if (pressed_ && index == pressRow_ && props_.ShowItemPressShadow && enabled) p.fillRect(rect, QColor(0, 0, 0, 20));
+  p.setOpacity(1.0);
 
   QColor fore = ResolveColor(item.ForeColor, FromBgr(selected ? props_.ForeColorSelected : props_.ForeColor));
   if (!enabled) fore = palette().color(QPalette::Disabled, QPalette::Text);
@@ -646,11 +800,10 @@ void ctlListbox::PaintRow(QPainter& p, int index, const QRect& rect) const {
     font.setBold(props_.TitleStyle == 1);
     p.save();
     p.setFont(font);
-    p.setPen(fore);
     static constexpr Qt::Alignment kAlign[] = {Qt::AlignLeft, Qt::AlignRight, Qt::AlignHCenter};
     const Qt::Alignment align = kAlign[std::clamp(props_.TitleAlign, 0, 2)];
     const QString title = p.fontMetrics().elidedText(TitleOf(index), Qt::ElideRight, parts.title.width());
-    p.drawText(parts.title, align | Qt::AlignVCenter, title);
+    DrawRowText(p, parts.title, align | Qt::AlignVCenter, title, fore);
     p.restore();
     if (props_.ShowSegmentationLine) {
       p.setPen(FromBgr(props_.SegmentationLineColor));
@@ -662,7 +815,9 @@ void ctlListbox::PaintRow(QPainter& p, int index, const QRect& rect) const {
   // The value column: text, comment, bar, stacked and centred as a block.
   const QFontMetrics fm = p.fontMetrics();
   const int lines = 1 + (item.ShowComment ? 1 : 0);
-  const int barHeight = item.ShowProgressBar ? props_.ProgressBarHeight + pad : 0;
+  // The thin line stands at the row's foot and takes no room in the column.
+  const bool footLine = props_.ProgressBarStyle == 2;
+  const int barHeight = item.ShowProgressBar && !footLine ? props_.ProgressBarHeight + pad : 0;
   int y = rect.top() + std::max(0, (rect.height() - lines * fm.height() - barHeight) / 2);
   static constexpr Qt::Alignment kTextAlign[] = {Qt::AlignLeft, Qt::AlignRight, Qt::AlignHCenter};
   const Qt::Alignment align = kTextAlign[std::clamp(props_.TextAlign, 0, 2)] | Qt::AlignVCenter;
@@ -674,39 +829,51 @@ void ctlListbox::PaintRow(QPainter& p, int index, const QRect& rect) const {
     textColor.setAlpha(140);
   }
   if (index != editorRow_) {
-    p.setPen(textColor);
-    p.drawText(QRect(value.left(), y, value.width(), fm.height()), align,
-               fm.elidedText(text, Qt::ElideMiddle, value.width()));
+    DrawRowText(p, QRect(value.left(), y, value.width(), fm.height()), align,
+                fm.elidedText(text, Qt::ElideMiddle, value.width()), textColor);
   }
   y += fm.height();
   if (item.ShowComment) {
     QColor dim = fore;
     dim.setAlpha(170);
-    p.setPen(dim);
-    p.drawText(QRect(value.left(), y, value.width(), fm.height()), align,
-               fm.elidedText(Q(item.Comment), Qt::ElideRight, value.width()));
+    DrawRowText(p, QRect(value.left(), y, value.width(), fm.height()), align,
+                fm.elidedText(Q(item.Comment), Qt::ElideRight, value.width()), dim);
     y += fm.height();
-  }
-  if (item.ShowProgressBar) {
-    const QRect bar(value.left(), y + pad / 2, value.width(), props_.ProgressBarHeight);
-    p.fillRect(bar, FromBgr(ShiftColor(props_.ProgressBarColor, 0.7)));
-    const auto span = [&](int32_t v) {
-      return item.ValueMax > 0 ? static_cast<int>(static_cast<int64_t>(std::clamp(v, 0, item.ValueMax)) *
-                                                   bar.width() / item.ValueMax)
-                               : 0;
-    };
-    p.fillRect(QRect(bar.left(), bar.top(), span(item.Value), bar.height()), FromBgr(props_.ProgressBarColor));
-    if (item.ShowProgressBarPoint && item.ValueEndPoint > item.ValueStartPoint) {
-      const int from = span(item.ValueStartPoint), to = span(item.ValueEndPoint);
-      p.fillRect(QRect(bar.left() + from, bar.bottom() - 1, std::max(1, to - from), 2),
-                 FromBgr(props_.ProgressBarPointColor));
-    }
   }
 
   if (props_.ShowGridLine) {
     p.setPen(FromBgr(props_.GridLineColor));
     p.drawLine(rect.left() + props_.GridLinePadding, rect.bottom(), rect.right() - props_.GridLinePadding,
                rect.bottom());
+  }
+  if (item.ShowProgressBar) {
+    // The foot line runs the row's width over the grid line; the bars sit
+    // under the texts in the value column.
+    const QRect bar = footLine ? QRect(rect.left(), rect.bottom() - 1, rect.width(), 2)
+                               : QRect(value.left(), y + pad / 2, value.width(), props_.ProgressBarHeight);
+    p.fillRect(bar, FromBgr(ShiftColor(props_.ProgressBarColor, 0.7)));
+    const auto span = [&](int32_t v) {
+      return item.ValueMax > 0 ? static_cast<int>(static_cast<int64_t>(std::clamp(v, 0, item.ValueMax)) *
+                                                   bar.width() / item.ValueMax)
+                               : 0;
+    };
+    const QRect done(bar.left(), bar.top(), span(item.Value), bar.height());
+    if (props_.ProgressBarStyle == 1) {
+      // Lit from above: a light top edge shading into the bar's colour.
+      QLinearGradient fill(done.topLeft(), done.bottomLeft());
+      fill.setColorAt(0, FromBgr(ShiftColor(props_.ProgressBarColor, 0.5)));
+      fill.setColorAt(1, FromBgr(ShiftColor(props_.ProgressBarColor, -0.15)));
+      p.fillRect(done, fill);
+    } else {
+      p.fillRect(done, FromBgr(props_.ProgressBarColor));
+    }
+    if (item.ShowProgressBarPoint && item.ValueEndPoint > item.ValueStartPoint) {
+      const int from = span(item.ValueStartPoint), to = span(item.ValueEndPoint);
+      // Under a bar its lower edge; over the foot line the pixel row above it.
+      const int top = footLine ? bar.top() - 1 : bar.bottom() - 1;
+      p.fillRect(QRect(bar.left() + from, top, std::max(1, to - from), footLine ? 1 : 2),
+                 FromBgr(props_.ProgressBarPointColor));
+    }
   }
   if (selected && props_.ShowFocus && hasFocus()) {
     QPen pen(FromBgr(props_.FocusColor));
@@ -859,13 +1026,13 @@ void ctlListbox::ClickIt(int index) {
       {8, &ctlListbox::OpenCombo},    {11, &ctlListbox::OpenCombo},    {2, &ctlListbox::ChooseColor},
       {3, &ctlListbox::ChooseFile},   {4, &ctlListbox::ChooseFolder},  {5, &ctlListbox::ChooseFont},
   };
-  if (index < 0 || index >= ListCount() || !model_.ItemEnabled(index) || !props_.Editable || props_.Locked) {
+  if (index < 0 || index >= ListCount() || !model_.ItemEnabled(index) || props_.Locked) {
     Repaint("ClickIt");
     return;
   }
-  if (index != ListIndex()) {
-    // A first click only selects.
-    if (props_.Selectable) Select(index);
+  if (index != ListIndex() || !props_.Editable) {
+    // A first click only selects; a list that is not editable only selects.
+    if (props_.Selectable && index != ListIndex()) Select(index);
     Repaint("ClickIt");
     return;
   }
@@ -1039,6 +1206,10 @@ void ctlListbox::mouseMoveEvent(QMouseEvent* event) {
     hoverRow_ = index;
     update();
   }
+  // A menu-like list follows the pointer; an open editor holds its row.
+  if (props_.AutoSelectable && props_.Selectable && props_.Enabled && !props_.Locked && index >= 0 &&
+      index != ListIndex() && editorRow_ < 0 && event->buttons() == Qt::NoButton && model_.ItemEnabled(index))
+    Select(index);
   emit MouseMove(ButtonCode(event->buttons()), ShiftCode(event->modifiers()), pos.x(), pos.y(), index);
 }
 
@@ -1055,9 +1226,39 @@ void ctlListbox::mouseDoubleClickEvent(QMouseEvent* event) {
   emit DblClick();
 }
 
+void ctlListbox::enterEvent(QEnterEvent*) { emit MouseEnter(); }
+
 void ctlListbox::leaveEvent(QEvent*) {
   hoverRow_ = -1;
   update();
+  emit MouseLeave();
+}
+
+void ctlListbox::showEvent(QShowEvent*) { WatchWindow(); }
+
+void ctlListbox::WatchWindow() {
+  // The window that holds the list is the one whose moves and sizes count;
+  // a list shown in another window watches that one instead.
+  QWidget* top = window();
+  if (top == watchedWindow_) return;
+  if (watchedWindow_) watchedWindow_->removeEventFilter(this);
+  watchedWindow_ = top;
+  top->installEventFilter(this);
+}
+
+void ctlListbox::FocusMoved(QWidget* now) {
+  bool inside = false;
+  // Walked by parents, not by isAncestorOf: the drop-down's popup is a window
+  // of its own and still part of the list.
+  for (QWidget* w = now; w && !inside; w = w->parentWidget()) inside = w == this;
+  if (inside == focusInside_) return;
+  focusInside_ = inside;
+  update();
+  if (inside) {
+    emit Activate();
+  } else {
+    emit Deactivate();
+  }
 }
 
 void ctlListbox::wheelEvent(QWheelEvent* event) {
@@ -1066,6 +1267,7 @@ void ctlListbox::wheelEvent(QWheelEvent* event) {
   // One row a notch, as the mouse wheel moves a list elsewhere on the desktop.
   const int target = (tmrTimer_->isActive() ? animTo_ : offset_) - delta * props_.ItemHeight / kWheelNotch;
   AnimateTo(target);
+  ShowScrollIndexBox();
   event->accept();
 }
 
@@ -1096,6 +1298,11 @@ void ctlListbox::keyReleaseEvent(QKeyEvent* event) {
 }
 
 bool ctlListbox::eventFilter(QObject* watched, QEvent* event) {
+  if (watched == watchedWindow_ && watched != nullptr) {
+    if (event->type() == QEvent::Move) emit ParentMove();
+    if (event->type() == QEvent::Resize) emit ParentResize();
+    return QWidget::eventFilter(watched, event);
+  }
   if (watched != txtText_ && watched != cmbCombo_) return QWidget::eventFilter(watched, event);
   switch (event->type()) {
     case QEvent::KeyPress: {
@@ -1137,6 +1344,14 @@ QAccessibleInterface* ctlListbox::AccessibleRow(int index) {
   auto* row = new RowAccessible(this, index);
   accessibleRows_[index] = QAccessible::registerAccessibleInterface(row);
   return row;
+}
+
+void ctlListbox::AnnounceRemoved(int from, int to) {
+  if (!QAccessible::isActive()) return;
+  for (int row = from; row < to; ++row) {
+    QAccessibleEvent gone(AccessibleRow(row), QAccessible::ObjectDestroyed);
+    QAccessible::updateAccessibility(&gone);
+  }
 }
 
 void ctlListbox::InvalidateAccessibleRows() {

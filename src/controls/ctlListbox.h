@@ -8,6 +8,7 @@
 #include <QCache>
 #include <QImage>
 #include <QPixmap>
+#include <QPointer>
 #include <QSet>
 #include <QString>
 #include <QWidget>
@@ -43,7 +44,7 @@ struct ListboxProps {
   int ProgressBarHeight = 6;
   // Switches.
   bool Locked = false;
-  bool MoveMouse = true;
+  bool MoveMouse = true;  // hover shading and MouseMove without a button held
   bool ThumbBlack = false;
   bool Enabled = true;
   bool ShowItemPressShadow = true;
@@ -51,30 +52,37 @@ struct ListboxProps {
   bool ShowSegmentationLine = false;
   bool ScrollEffect = false;
   bool ShowEffect = false;
-  bool UseGDIPlus = true;
+  bool UseGDIPlus = true;  // antialiased shapes and text
   bool ShowListIndexInTitle = false;
   bool ShowListTip = false;
   bool ShowHighlight = true;
   bool ShowItemHoverShadow = true;
   bool TransparentBack = false;
+  // While the list scrolls, a small box tells the first row in view as
+  // "N / ListCount"; it fades a moment after the scrolling stops.
   bool ShowScrollIndex = false;
   bool ShowGridLine = true;
-  bool Editable = true;
+  bool Editable = true;  // false: a click selects but never opens an editor
   bool ShowCheckBox = false;
-  bool AutoSelectable = true;
+  // A menu-like list: the row under the pointer is selected as it moves
+  // (needs MoveMouse). Off, a row is selected by a click.
+  bool AutoSelectable = false;
   bool Selectable = true;
+  // True: the desktop's own scroll bar; false: a slim bar in the list's colours.
   bool ShowSystemScrollBar = false;
   bool ShowBorder = false;
   // Styles. Alignments: 0 left, 1 right, 2 centre.
-  int ProgressBarStyle = 0;
+  int ProgressBarStyle = 0;  // 0 flat bar, 1 gradient bar, 2 thin line at the row's foot
   int TitleStyle = 0;  // 1 draws the title bold
-  int ScrollIndexStyle = 0;
+  int ScrollIndexStyle = 0;  // 0 at the right edge by the scroll bar, 1 centred
   int FocusStyle = 0;
-  int BorderStyle = 0;
+  int BorderStyle = 0;  // 0 a 1-px line, 1 a sunken 2-px relief
   int TextAlign = 0;
   int TitleAlign = 0;
+  // The row texts: 0 plain, 1 a shadow 1 px down and right, 2 an outline;
+  // both in TextEffectColor.
   int TextEffect = 0;
-  int Transparent = 0;
+  int Transparent = 0;  // 0..100: how far the row faces let the back show through
   // Colours.
   int32_t ForeColor = 0x202020;
   int32_t ForeColorSelected = 0x000000;
@@ -231,6 +239,10 @@ class ctlListbox : public QWidget {
   // The row whose editor is open, -1 when none is.
   int EditorIndex() const { return editorRow_; }
   QLineEdit* TextBox() const { return txtText_; }
+  QScrollBar* ScrollBar() const { return ctlScrollbar1_; }
+  // The scroll index box: its text, and whether it is up.
+  QString ScrollIndexText() const;
+  bool ScrollIndexVisible() const { return scrollIndexShown_; }
   QComboBox* ComboBox() const { return cmbCombo_; }
   // How many pictures were decoded so far: each distinct picture once while
   // it stays in the cache.
@@ -255,6 +267,14 @@ class ctlListbox : public QWidget {
   void MouseMove(int button, int shift, int x, int y, int index);
   void MouseUp(int button, int shift, int x, int y, int index);
   void MouseWheel(int delta);
+  void MouseEnter();
+  void MouseLeave();
+  // Focus came into the list or one of its editors, or left them all.
+  void Activate();
+  void Deactivate();
+  // The top-level window that holds the list moved or changed its size.
+  void ParentMove();
+  void ParentResize();
   void DebugText(QString text);
   void ListChanged(int listCount, int listIndex);
   void ItemChanged(int listCount, int index);
@@ -266,7 +286,9 @@ class ctlListbox : public QWidget {
   void mouseMoveEvent(QMouseEvent* event) override;
   void mouseReleaseEvent(QMouseEvent* event) override;
   void mouseDoubleClickEvent(QMouseEvent* event) override;
+  void enterEvent(QEnterEvent* event) override;
   void leaveEvent(QEvent* event) override;
+  void showEvent(QShowEvent* event) override;
   void wheelEvent(QWheelEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
   void keyReleaseEvent(QKeyEvent* event) override;
@@ -292,7 +314,18 @@ class ctlListbox : public QWidget {
   int TotalHeight() const;
   int ViewHeight() const;
   int RowsRight() const;
+  // The width of the border the rows stand inside.
+  int Frame() const;
   void UpdateScrollBar();
+  void StyleScrollBar();
+  void ShowScrollIndexBox();
+  void PaintScrollIndex(QPainter& p, const QRect& view) const;
+  void PaintBorder(QPainter& p) const;
+  void DrawRowText(QPainter& p, const QRect& r, int flags, const QString& text, const QColor& color) const;
+  void WatchWindow();
+  void FocusMoved(QWidget* now);
+  // Tells assistive technology that rows from..to-1 are about to go.
+  void AnnounceRemoved(int from, int to);
   void SetOffset(int offset);
   void ScrollIntoView(int index);
   void AnimateTo(int offset);
@@ -359,6 +392,11 @@ class ctlListbox : public QWidget {
   QScrollBar* ctlScrollbar1_ = nullptr;
   QTimer* tmrTimer_ = nullptr;
   QTimer* tmrTimerDraw_ = nullptr;
+  QTimer* tmrScrollIndex_ = nullptr;
+  bool scrollIndexShown_ = false;
+  QString scrollBarSheet_;
+  QPointer<QWidget> watchedWindow_;
+  bool focusInside_ = false;
 
   // Scaled thumbnails by the picture they come from; a picture that does not
   // decode is kept as a null pixmap so it is not tried again.

@@ -2,12 +2,14 @@
 #include "controls/DialogChooser.h"
 #include "controls/FontText.h"
 #include "controls/QtText.h"
+#include "controls/Theme.h"
 
 #include <QAbstractItemView>
 #include <QAccessible>
 #include <QBuffer>
 #include <QComboBox>
 #include <QLineEdit>
+#include <QScrollBar>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QWheelEvent>
@@ -81,6 +83,12 @@ struct Recorder {
       add("MouseUp:" + std::to_string(i));
     });
     QObject::connect(&list, &ctlListbox::MouseWheel, [add](int d) { add("MouseWheel:" + std::to_string(d)); });
+    QObject::connect(&list, &ctlListbox::MouseEnter, [add] { add("MouseEnter"); });
+    QObject::connect(&list, &ctlListbox::MouseLeave, [add] { add("MouseLeave"); });
+    QObject::connect(&list, &ctlListbox::Activate, [add] { add("Activate"); });
+    QObject::connect(&list, &ctlListbox::Deactivate, [add] { add("Deactivate"); });
+    QObject::connect(&list, &ctlListbox::ParentMove, [add] { add("ParentMove"); });
+    QObject::connect(&list, &ctlListbox::ParentResize, [add] { add("ParentResize"); });
     QObject::connect(&list, &ctlListbox::ListChanged, [add](int n, int i) {
       add("ListChanged:" + std::to_string(n) + "," + std::to_string(i));
     });
@@ -134,6 +142,8 @@ TEST(ListboxClicks, FirstSelectsSecondOpensTickFlipsAndLocksHold) {
          l.Model().SetItemEnabled(1, false);
        },
        true, 1, 1, -1, false, {"SelectionChanged", "MouseMove:1", "MouseUp:1", "Click"}},
+      {"not editable: selects, opens nothing", [](ctlListbox& l) { l.SetEditable(false); }, false, 2, 1, -1, false,
+       {"SelectionChanged", "MouseMove:1", "MouseUp:1", "Click"}},
       {"locked", [](ctlListbox& l) { l.SetLocked(true); }, false, 2, -1, -1, false, {"MouseMove:1", "MouseUp:1"}},
       {"not enabled", [](ctlListbox& l) { l.SetEnabled(false); }, false, 2, -1, -1, false,
        {"MouseMove:1", "MouseUp:1"}},
@@ -172,6 +182,75 @@ TEST(ListboxClicks, FirstSelectsSecondOpensTickFlipsAndLocksHold) {
   list->Model().SetItemEnabled(2, false);
   list->ClickIt(2);
   EXPECT_EQ(list->EditorIndex(), -1);
+  // A host's ClickIt on a list that is not editable still selects.
+  list->SetEditable(false);
+  list->ClickIt(0);
+  EXPECT_EQ(list->ListIndex(), 0);
+}
+
+TEST(ListboxWindow, PointerFocusAndTheHoldingWindowAreReported) {
+  QWidget host;
+  auto* list = new ctlListbox(&host);
+  auto* other = new QLineEdit(&host);
+  list->SetItemHeight(30);
+  list->setGeometry(0, 0, 300, 200);
+  other->setGeometry(0, 210, 300, 30);
+  for (int i = 0; i < 3; ++i) list->AddItem({.Text = "row" + std::to_string(i)});
+  host.resize(300, 250);
+  host.show();
+  host.activateWindow();
+  ASSERT_TRUE(QTest::qWaitForWindowActive(&host));
+  other->setFocus();
+  Recorder rec(*list);
+  const auto hover = [list](int row) {
+    const QPoint at = list->ValueRect(row).center();
+    QMouseEvent move(QEvent::MouseMove, at, list->mapToGlobal(at), Qt::NoButton, Qt::NoButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(list, &move);
+  };
+  struct Step {
+    const char* name;
+    std::function<void()> act;
+    Events expected;
+    int listIndex;
+  };
+  const Step steps[] = {
+      {"enter",
+       [&] {
+         QEnterEvent enter(QPointF(5, 5), QPointF(5, 5), QPointF(5, 5));
+         QCoreApplication::sendEvent(list, &enter);
+       },
+       {"MouseEnter"}, -1},
+      {"hover only shades", [&] { hover(2); }, {"MouseMove:2"}, -1},
+      {"hover selects in a menu-like list",
+       [&] {
+         list->SetAutoSelectable(true);
+         hover(1);
+       },
+       {"SelectionChanged", "MouseMove:1"}, 1},
+      {"leave",
+       [&] {
+         QEvent leave(QEvent::Leave);
+         QCoreApplication::sendEvent(list, &leave);
+       },
+       {"MouseLeave"}, 1},
+      {"focus in", [&] { list->setFocus(); }, {"Activate"}, 1},
+      {"focus into its own editor is no leaving", [&] { list->ClickIt(1); }, {}, 1},
+      {"an open editor holds its row", [&] { hover(0); }, {"MouseMove:0"}, 1},
+      {"focus out", [&] { other->setFocus(); }, {"Deactivate"}, 1},
+  };
+  for (const Step& step : steps) {
+    SCOPED_TRACE(step.name);
+    step.act();
+    EXPECT_EQ(rec.Take(), step.expected);
+    EXPECT_EQ(list->ListIndex(), step.listIndex);
+  }
+  const auto seen = [&](const char* event) {
+    return QTest::qWaitFor([&] { return std::count(rec.events.begin(), rec.events.end(), event) > 0; }, 5000);
+  };
+  host.move(40, 50);
+  EXPECT_TRUE(seen("ParentMove"));
+  host.resize(320, 260);
+  EXPECT_TRUE(seen("ParentResize"));
 }
 
 TEST(ListboxEditors, DialogsRoundTripThroughText) {
@@ -383,23 +462,160 @@ TEST(ListboxKeys, HomeEndEnterAndArrows) {
 
 TEST(ListboxScrolling, SelectionWheelAndRemovalKeepRowsInView) {
   auto list = MakeList(100);
+  list->SetShowScrollIndex(true);
   Recorder rec(*list);
   list->SetListIndex(99);
   EXPECT_EQ(list->ScrollOffset(), 100 * 30 - 300);
   EXPECT_TRUE(list->rect().contains(list->ItemRect(99).center()));
+  EXPECT_FALSE(list->ScrollIndexVisible());  // a selection is no scrolling
   list->Scroll(10);
   EXPECT_EQ(list->ScrollOffset(), 300);
   EXPECT_EQ(list->IndexAt(QPoint(5, 1)), 10);
+  EXPECT_TRUE(list->ScrollIndexVisible());
+  EXPECT_EQ(list->ScrollIndexText(), "11 / 100");
   rec.Take();
   QWheelEvent wheel(QPointF(50, 50), list->mapToGlobal(QPointF(50, 50)), {}, QPoint(0, -240), Qt::NoButton, {},
                     Qt::NoScrollPhase, false);
   QCoreApplication::sendEvent(list.get(), &wheel);
   EXPECT_EQ(list->ScrollOffset(), 360);
   EXPECT_EQ(rec.Take(), Events{"MouseWheel:-240"});
+  EXPECT_EQ(list->ScrollIndexText(), "13 / 100");
+  // The box goes once the scrolling stops, and a drag on the bar brings it back.
+  EXPECT_TRUE(QTest::qWaitFor([&] { return !list->ScrollIndexVisible(); }, 5000));
+  list->ScrollBar()->setValue(600);
+  EXPECT_TRUE(list->ScrollIndexVisible());
+  EXPECT_EQ(list->ScrollIndexText(), "21 / 100");
+  list->SetShowScrollIndex(false);
+  EXPECT_FALSE(list->ScrollIndexVisible());
   // Removing rows at the end pulls the view back within the list.
   list->Scroll(99);
   for (int i = 0; i < 90; ++i) list->RemoveItem(list->ListCount() - 1);
   EXPECT_EQ(list->ScrollOffset(), 0);
+}
+
+TEST(ListboxLooks, EachStyleShowsInThePixels) {
+  // Black text on white rows; red effects, a blue bar.
+  static constexpr int32_t kRed = 0x0000FF, kBlue = 0xFF0000, kGrey = 0x808080;
+  const auto isRed = [](QColor c) { return c.red() > 180 && c.green() < 90 && c.blue() < 90; };
+  const auto isDark = [](QColor c) { return c.red() < 80 && c.green() < 80 && c.blue() < 80; };
+  const auto isBar = [](QColor c) { return c.blue() - c.red() > 100; };
+  // The leftmost column of the value area holding a pixel of a kind, -1 for none.
+  const auto leftmost = [](const QImage& shot, const QRect& area, const std::function<bool(QColor)>& kind) {
+    for (int x = area.left(); x <= area.right(); ++x)
+      for (int y = area.top(); y <= area.bottom(); ++y)
+        if (kind(shot.pixelColor(x, y))) return x;
+    return -1;
+  };
+  struct Case {
+    const char* name;
+    std::function<void(ctlListbox&)> setup;
+    std::function<void(const QImage&, ctlListbox&)> check;
+  };
+  const Case cases[] = {
+      {"plain text has no effect colour", {},
+       [&](const QImage& shot, ctlListbox& l) { EXPECT_EQ(leftmost(shot, l.ValueRect(0), isRed), -1); }},
+      {"shadow lies right of the text", [](ctlListbox& l) { l.SetTextEffect(1); },
+       [&](const QImage& shot, ctlListbox& l) {
+         const int red = leftmost(shot, l.ValueRect(0), isRed), dark = leftmost(shot, l.ValueRect(0), isDark);
+         ASSERT_GE(red, 0);
+         EXPECT_GT(red, dark);
+       }},
+      {"outline rings the text", [](ctlListbox& l) { l.SetTextEffect(2); },
+       [&](const QImage& shot, ctlListbox& l) {
+         const int red = leftmost(shot, l.ValueRect(0), isRed), dark = leftmost(shot, l.ValueRect(0), isDark);
+         ASSERT_GE(red, 0);
+         EXPECT_LT(red, dark);
+       }},
+      {"an opaque face", [](ctlListbox& l) { l.SetItemColor(kGrey); },
+       [](const QImage& shot, ctlListbox& l) {
+         EXPECT_EQ(shot.pixelColor(l.ItemRect(1).right() - 2, l.ItemRect(1).top() + 2), QColor(0x80, 0x80, 0x80));
+       }},
+      {"a see-through face is lighter over the white back",
+       [](ctlListbox& l) {
+         l.SetItemColor(kGrey);
+         l.SetTransparent(50);
+       },
+       [](const QImage& shot, ctlListbox& l) {
+         const int grey = shot.pixelColor(l.ItemRect(1).right() - 2, l.ItemRect(1).top() + 2).red();
+         EXPECT_GT(grey, 0xA0);
+         EXPECT_LT(grey, 0xF0);
+       }},
+      {"border line", [](ctlListbox& l) { l.SetShowBorder(true); },
+       [](const QImage& shot, ctlListbox& l) {
+         EXPECT_EQ(shot.pixelColor(0, 40), FromBgr(l.BorderColor()));
+         EXPECT_NE(shot.pixelColor(1, 40), FromBgr(l.BorderColor()));
+         EXPECT_EQ(l.ItemRect(0).topLeft(), QPoint(1, 1));
+       }},
+      {"sunken border",
+       [](ctlListbox& l) {
+         l.SetShowBorder(true);
+         l.SetBorderStyle(1);
+       },
+       [](const QImage& shot, ctlListbox& l) {
+         EXPECT_EQ(shot.pixelColor(0, 40), FromBgr(l.BorderColor()));
+         EXPECT_EQ(shot.pixelColor(1, 40), FromBgr(ShiftColor(l.BorderColor(), -0.45)));
+         EXPECT_EQ(shot.pixelColor(l.width() - 1, 40), FromBgr(ShiftColor(l.BorderColor(), 0.8)));
+         EXPECT_EQ(l.IndexAt(QPoint(1, 3)), -1);
+         EXPECT_EQ(l.IndexAt(QPoint(2, 2)), 0);
+       }},
+      {"slim scroll bar over the list's back", [](ctlListbox& l) { l.AddItem({}); },
+       [](const QImage& shot, ctlListbox& l) {
+         const QRect bar = l.ScrollBar()->geometry();
+         ASSERT_TRUE(l.ScrollBar()->isVisible());
+         EXPECT_EQ(shot.pixelColor(bar.left() + 1, bar.bottom() - 4), QColor(Qt::white));
+       }},
+      {"the desktop's scroll bar",
+       [](ctlListbox& l) {
+         l.AddItem({});
+         l.SetShowSystemScrollBar(true);
+       },
+       [](const QImage& shot, ctlListbox& l) {
+         const QRect bar = l.ScrollBar()->geometry();
+         EXPECT_NE(shot.pixelColor(bar.left() + 1, bar.bottom() - 4), QColor(Qt::white));
+       }},
+  };
+  // The bar styles: how many pixel rows of one column the bar fills, how many
+  // shades it has, and whether it stands at the row's foot.
+  struct Bar {
+    int style, rows, leastShades;
+    bool atFoot;
+  };
+  const Bar bars[] = {{0, 6, 1, false}, {1, 6, 3, false}, {2, 2, 1, true}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    auto list = MakeList(0);
+    list->resize(300, 100);
+    list->setFont(QFont("DejaVu Sans", 20, QFont::Bold));
+    list->SetForeColor(0);
+    list->SetItemColor(0xFFFFFF);
+    list->SetTextEffectColor(kRed);
+    list->AddItem({.Text = "HHH"});
+    list->AddItem({.Text = ""});
+    list->AddItem({.Text = ""});
+    if (c.setup) c.setup(*list);
+    c.check(list->grab().toImage(), *list);
+  }
+  for (const Bar& b : bars) {
+    SCOPED_TRACE(b.style);
+    auto list = MakeList(0);
+    list->SetProgressBarColor(kBlue);
+    list->SetProgressBarStyle(b.style);
+    list->AddItem({.ValueMax = 10, .ShowProgressBar = true});
+    list->Model().SetValue(0, 10);
+    const QImage shot = list->grab().toImage();
+    const QRect row = list->ItemRect(0);
+    std::vector<int> rows;
+    QSet<QRgb> shades;
+    for (int y = row.top(); y <= row.bottom(); ++y) {
+      const QColor c = shot.pixelColor(list->ValueRect(0).center().x(), y);
+      if (!isBar(c)) continue;
+      rows.push_back(y);
+      shades.insert(c.rgb());
+    }
+    ASSERT_EQ(static_cast<int>(rows.size()), b.rows);
+    EXPECT_GE(shades.size(), b.leastShades);
+    EXPECT_EQ(rows.back() == row.bottom(), b.atFoot);
+  }
 }
 
 TEST(ListboxPictures, EachPictureDecodesOnceAndRowsWithoutOneShowTheirKind) {
