@@ -29,6 +29,8 @@ constexpr const char* kButtons = "按钮";
 constexpr const char* kLastEvent = "最近事件：";
 constexpr const char* kStyle = "主题样式";
 constexpr const char* kRandomColor = "随机颜色";
+constexpr const char* kAddTask = "添加任务";
+constexpr const char* kNewTask = "新任务";
 }  // namespace text
 
 // A small picture made here, encoded as a row's thumbnail would be.
@@ -265,6 +267,19 @@ void GalleryWindow::BuildButtons(QWidget* area) {
   random->setMinimumHeight(30);
   connect(random, &ctlButton::Click, this, [this] { animation_->Start(theme_, ThemeColorForIndex(16)); });
   grid->addWidget(random, at / 2, at % 2);
+  ++at;
+
+  auto* add = new ctlButton(area);
+  add->SetCaption(Q(text::kAddTask));
+  add->setMinimumHeight(30);
+  connect(add, &ctlButton::Click, this, [this] {
+    const int n = tasks_->ListCount() + 1;
+    tasks_->AddItem(ListItem{.Key = "task" + std::to_string(n),
+                             .Text = std::string(text::kNewTask) + std::to_string(n) + ".mp4",
+                             .Path = "/home/用户/视频/new.mp4"});
+    Note(Q(text::kAddTask));
+  });
+  grid->addWidget(add, at / 2, at % 2);
   ++at;
 
   slider_ = new ctlSlider(area);

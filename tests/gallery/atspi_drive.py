@@ -72,7 +72,11 @@ def main():
         names = [tasks.getChildAtIndex(i).name for i in range(tasks.childCount)]
         if not any("会议录像.mkv" in n for n in names):
             sys.exit(f"FAIL: row names {names}")
-        print("atspi: pressed 开始 and 预览, read", len(names), "rows")
+        # A row added by the program reaches the reader without a new walk.
+        press(wait_for("the 添加任务 button", lambda: find(app, pyatspi.ROLE_PUSH_BUTTON, "添加任务")))
+        wait_for("the added row", lambda: tasks.childCount == len(names) + 1
+                 and "新任务6.mp4" in (tasks.getChildAtIndex(len(names)).name or ""))
+        print("atspi: pressed 开始 and 预览, read", len(names), "rows, saw a sixth arrive")
     finally:
         child.terminate()
         child.wait(timeout=10)
