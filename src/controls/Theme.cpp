@@ -68,6 +68,23 @@ int32_t ColorStep(int32_t from, int32_t to, int frame, int frames) {
   return Compose(step(0), step(8), step(16));
 }
 
+int32_t ColorFromText(std::string_view text, int32_t fallback) {
+  const std::string trimmed = Trim(text);
+  std::string_view digits = trimmed;
+  if (StartsWith(digits, "&H") || StartsWith(digits, "&h") || StartsWith(digits, "0x") || StartsWith(digits, "0X"))
+    digits.remove_prefix(2);
+  if (!digits.empty() && digits.back() == '&') digits.remove_suffix(1);
+  const auto isHex = [](char c) { return std::isxdigit(static_cast<unsigned char>(c)) != 0; };
+  if (digits.empty() || digits.size() > 8 || !std::all_of(digits.begin(), digits.end(), isHex)) return fallback;
+  return static_cast<int32_t>(std::stoul(std::string(digits), nullptr, 16) & 0xFFFFFF);
+}
+
+std::string ColorToText(int32_t bgr) {
+  char buffer[16];
+  std::snprintf(buffer, sizeof buffer, "&H%X", static_cast<unsigned>(bgr & 0xFFFFFF));
+  return buffer;
+}
+
 ButtonColors DeriveButtonColors(int32_t back) {
   // One colour makes the whole button: lighter when hovered, darker when
   // pressed, and the edges and the fill a little further out.
@@ -212,15 +229,7 @@ namespace {
 
 // A colour in the store is hexadecimal text in the 0x00BBGGRR order; "-1" and
 // an empty value leave the fallback.
-int32_t StoredColor(std::string_view key, int32_t fallback) {
-  const std::string text = Trim(ReadSetting(key));
-  if (text.empty() || text == "-1") return fallback;
-  std::string_view digits = text;
-  if (StartsWith(digits, "&H") || StartsWith(digits, "&h") || StartsWith(digits, "0x")) digits.remove_prefix(2);
-  if (!digits.empty() && digits.back() == '&') digits.remove_suffix(1);
-  if (digits.empty() || digits.size() > 8 || !std::all_of(digits.begin(), digits.end(), IsHexDigit)) return fallback;
-  return static_cast<int32_t>(std::stoul(std::string(digits), nullptr, 16) & 0xFFFFFF);
-}
+int32_t StoredColor(std::string_view key, int32_t fallback) { return ColorFromText(ReadSetting(key), fallback); }
 
 std::string HexText(int32_t color) {
   char buffer[16];

@@ -24,6 +24,13 @@ int32_t ToBgr(const QColor& color);
 // the application's palette.
 QColor ResolveColor(int32_t bgr, const QColor& fallback);
 
+// A colour written as text: "&HFF8080" (with or without a closing "&"),
+// "0xFF8080" or bare "FF8080", in the 0x00BBGGRR order; anything else gives
+// the fallback.
+int32_t ColorFromText(std::string_view text, int32_t fallback);
+// The "&H" form a colour row shows: "&HFF8080".
+std::string ColorToText(int32_t bgr);
+
 // Each channel moves toward white by `amount` (0..1) for a positive amount and
 // toward black for a negative one.
 int32_t ShiftColor(int32_t bgr, double amount);

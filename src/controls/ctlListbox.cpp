@@ -53,17 +53,6 @@ constexpr int kThumbCacheKiB = 64 * 1024;
 // Custom colours of the colour dialog start as this colour.
 constexpr int32_t kCustomColorSeed = 254;
 
-// "&HFF8080" (0x00BBGGRR) to a colour; anything else reads as black.
-int32_t ParseColorText(const QString& text) {
-  QString digits = text.trimmed();
-  if (!digits.startsWith(QLatin1String("&H"), Qt::CaseInsensitive)) return 0;
-  digits = digits.mid(2);
-  if (digits.endsWith('&')) digits.chop(1);
-  bool ok = false;
-  const uint value = digits.toUInt(&ok, 16);
-  return ok ? static_cast<int32_t>(value & 0xFFFFFF) : 0;
-}
-QString ColorText(int32_t bgr) { return "&H" + QString::number(static_cast<uint>(bgr), 16).toUpper(); }
 
 bool IsPictureFile(const QByteArray& image) {
   return image.size() < kLongestPath && !image.contains('\0') && QFileInfo(QString::fromUtf8(image)).isFile();
@@ -1111,8 +1100,9 @@ void ctlListbox::ChooseColor(int index) {
     customColors_.fill(FromBgr(kCustomColorSeed));
     customColorsSet_ = true;
   }
-  const QColor start = FromBgr(ParseColorText(Q(model_.List(index))));
-  if (const auto chosen = Chooser().ChooseColor(this, start, customColors_)) StoreChosen(index, ColorText(ToBgr(*chosen)));
+  // A value that does not read as a colour opens the dialog on black.
+  const QColor start = FromBgr(ColorFromText(model_.List(index), 0));
+  if (const auto chosen = Chooser().ChooseColor(this, start, customColors_)) StoreChosen(index, Q(ColorToText(ToBgr(*chosen))));
 }
 
 void ctlListbox::ChooseFile(int index) {

@@ -30,6 +30,17 @@ TEST(ThemeColors, ShiftAndStepMoveEachChannelOnItsOwn) {
   EXPECT_EQ(ColorStep(0x0000FF, 0xFF0000, 4, 4), 0xFF0000);
   EXPECT_EQ(ColorStep(0x0000FF, 0xFF0000, 0, 4), 0x0000FF);
 
+  struct Text {
+    const char* text;
+    int32_t color;
+  };
+  const Text texts[] = {{"&HFF8080", 0xFF8080}, {"&H00FF8080&", 0xFF8080}, {" FFFFFF", 0xFFFFFF},
+                        {"0x10", 0x10},         {"blue", -7},              {"&HXYZ", -7},
+                        {"", -7},               {"123456789", -7},         {"&H", -7}};
+  for (const Text& t : texts) EXPECT_EQ(ColorFromText(t.text, -7), t.color) << t.text;
+  EXPECT_EQ(ColorToText(0x563412), "&H563412");
+  EXPECT_EQ(ColorToText(0), "&H0");
+
   EXPECT_TRUE(IsDarkColor(0x101010));
   EXPECT_TRUE(IsDarkColor(0xFF0000));  // pure blue is dark to the eye
   EXPECT_FALSE(IsDarkColor(0xC3C3C3));
