@@ -21,7 +21,6 @@ const std::string kSrt =
     "2\r\n00:00:04,000 --> 00:00:05,000\r\nsecond\r\nline\r\n\r\n";
 
 TEST(SubtitleOverlayTest, CandidatesInGroupOrderAndTheFirstThatLoadsWins) {
-  test::TempDir dir;
   struct Case {
     std::vector<std::string> present;  // "" content marks a file that does not load
     std::string media, expected;
