@@ -302,14 +302,11 @@ void PlayerStatusBar::paintEvent(QPaintEvent*) {
 
 namespace {
 
-class StatusBarAccessible final : public QAccessibleWidget,
-                                  public QAccessibleValueInterface,
-                                  public QAccessibleActionInterface {
+class StatusBarAccessible final : public QAccessibleWidget, public QAccessibleValueInterface {
  public:
   explicit StatusBarAccessible(PlayerStatusBar* bar) : QAccessibleWidget(bar, QAccessible::Slider) {}
   void* interface_cast(QAccessible::InterfaceType type) override {
     if (type == QAccessible::ValueInterface) return static_cast<QAccessibleValueInterface*>(this);
-    if (type == QAccessible::ActionInterface) return static_cast<QAccessibleActionInterface*>(this);
     return QAccessibleWidget::interface_cast(type);
   }
   QString text(QAccessible::Text t) const override {
@@ -324,9 +321,9 @@ class StatusBarAccessible final : public QAccessibleWidget,
   QVariant minimumValue() const override { return 0.0; }
   QVariant minimumStepSize() const override { return 1.0; }
 
-  QStringList actionNames() const override { return {Q(StrMarksSetStart), Q(StrMarksSetEnd), Q(StrMarksClear)}; }
-  QString localizedActionName(const QString& name) const override { return name; }
-  QString localizedActionDescription(const QString& name) const override { return name; }
+  QStringList actionNames() const override {
+    return QStringList{Q(StrMarksSetStart), Q(StrMarksSetEnd), Q(StrMarksClear)} + QAccessibleWidget::actionNames();
+  }
   // The same writes as the host's mark buttons: the marks take the position.
   void doAction(const QString& name) override {
     if (name == Q(StrMarksSetStart)) bar()->SetSetTagStart(bar()->Position());
@@ -335,8 +332,8 @@ class StatusBarAccessible final : public QAccessibleWidget,
       bar()->SetSetTagStart(0);
       bar()->SetSetTagEnd(0);
     }
+    QAccessibleWidget::doAction(name);
   }
-  QStringList keyBindingsForAction(const QString&) const override { return {}; }
 
  private:
   PlayerStatusBar* bar() const { return static_cast<PlayerStatusBar*>(widget()); }
