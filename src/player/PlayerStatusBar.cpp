@@ -34,14 +34,23 @@ void FillFace(QPainter& p, const QRect& r, const QColor& color, bool flat) {
 }  // namespace
 
 PlayerStatusBar::PlayerStatusBar(QWidget* parent) : QWidget(parent) {
+  // Hovering decides what a press will grab and the pointer's shape.
   setMouseTracking(true);
-  setAttribute(Qt::WA_OpaquePaintEvent, false);
   ApplyHeight();
 }
 
 // ---- Properties ----
 
+void PlayerStatusBar::TellMarksMoved() {
+  // Screen readers read the marks in the bar's name.
+  if (QAccessible::isActive()) {
+    QAccessibleEvent event(this, QAccessible::NameChanged);
+    QAccessible::updateAccessibility(&event);
+  }
+}
+
 void PlayerStatusBar::WroteMark() {
+  TellMarksMoved();
   if (refresh_ && Playing(status_)) {
     update();
     emit PlaybackUpdateWanted();
@@ -169,7 +178,10 @@ void PlayerStatusBar::DragStep(QPoint p, Qt::KeyboardModifiers mods) {
   emit PlayTimerWanted(false);
   const double t = TimeAtX(p.x(), width(), duration_, shift);
   const DragStepResult step = DragMarks(marks_, grab_, t, ctrl, duration_);
-  if (step.marksMoved) emit MarksDragged(marks_.start, marks_.end);
+  if (step.marksMoved) {
+    TellMarksMoved();
+    emit MarksDragged(marks_.start, marks_.end);
+  }
   if (step.seek) {
     emit SeekRequested(*step.seek);
     emit PlaybackUpdateWanted();

@@ -133,6 +133,7 @@ class PlayerStatusBar : public QWidget {
   void DragStep(QPoint p, Qt::KeyboardModifiers mods);
   bool InBar(QPoint p) const { return p.y() >= 0 && p.y() < height() && p.x() >= 0 && p.x() < width(); }
   void WroteMark();
+  void TellMarksMoved();
 
   MarkPair marks_;
   int16_t tagPart_ = 0;

@@ -130,7 +130,7 @@ TEST_F(StoreTest, TaskRowsAndTheirCutRecords) {
   EXPECT_EQ(CutComment("1", "2", "3"), "[ 开始点 1 ] - [ 结束点 2 ] / [ 分段数 3 ]");
 
   // Points reach only the selected row, and only while it is the previewed file.
-  const std::string clip = (dir / "Clip.One.mkv").string();
+  const std::string clip = dir / "Clip.One.mkv";
   EXPECT_FALSE(WriteCutToSelectedTask(tasks, clip, "00:00:01,000", "00:00:02,000", "1"));
   tasks.SetListIndex(1);
   EXPECT_FALSE(WriteCutToSelectedTask(tasks, clip, "00:00:01,000", "00:00:02,000", "1"));
