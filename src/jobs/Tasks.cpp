@@ -120,6 +120,15 @@ std::string CutComment(std::string_view start, std::string_view end, std::string
          std::string(end) + " ] / [ " + std::string(StrPartsCount) + " " + std::string(parts) + " ]";
 }
 
+bool WriteCutToSelectedTask(ListboxModel& tasks, std::string_view playerFile, std::string_view start,
+                            std::string_view end, std::string_view parts) {
+  const int index = tasks.ListIndex();
+  if (index < 0 || playerFile.empty() || tasks.PathFromIndex(index) != playerFile) return false;
+  tasks.SetListComment(index, CutComment(start, end, parts));
+  tasks.SetListOther(index, CutRecordText(start, end, parts));
+  return true;
+}
+
 void AddToTaskList(ListboxModel& tasks, const std::string& path, FFmpegX* probe) {
   const std::string text = BaseNameOf(path);
   std::string comment = UpperAscii(ExtensionOf(path));

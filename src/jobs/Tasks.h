@@ -29,6 +29,12 @@ CutRecord ParseCutRecord(std::string_view record);
 std::string CutRecordText(std::string_view start, std::string_view end, std::string_view parts);
 // The row's comment once its points are set: "[ 开始 00:00:10,000 ] - [ ... ] / [ ... ]".
 std::string CutComment(std::string_view start, std::string_view end, std::string_view parts);
+// Points set while a task is previewed belong to that task: when the selected
+// row's path is the file in the player, its comment and record take the three
+// fields. False, and nothing written, when no row is selected or it holds
+// another file; the fields are then only global.
+bool WriteCutToSelectedTask(ListboxModel& tasks, std::string_view playerFile, std::string_view start,
+                            std::string_view end, std::string_view parts);
 
 // One task row from a file: the base name as text, the comment from the upper
 // case extension and the file's data, the record "|||". `probe`, when given,

@@ -129,6 +129,17 @@ TEST_F(StoreTest, TaskRowsAndTheirCutRecords) {
   EXPECT_EQ(CutRecordText("00:00:10,000", "00:00:20,000", "2.0"), "00:00:10,000|00:00:20,000|2|");
   EXPECT_EQ(CutComment("1", "2", "3"), "[ 开始点 1 ] - [ 结束点 2 ] / [ 分段数 3 ]");
 
+  // Points reach only the selected row, and only while it is the previewed file.
+  const std::string clip = dir / "Clip.One.mkv";
+  EXPECT_FALSE(WriteCutToSelectedTask(tasks, clip, "00:00:01,000", "00:00:02,000", "1"));
+  tasks.SetListIndex(1);
+  EXPECT_FALSE(WriteCutToSelectedTask(tasks, clip, "00:00:01,000", "00:00:02,000", "1"));
+  tasks.SetListIndex(0);
+  EXPECT_TRUE(WriteCutToSelectedTask(tasks, clip, "00:00:01,000", "00:00:02,000", "3"));
+  EXPECT_EQ(tasks.ListOther(0), "00:00:01,000|00:00:02,000|3|");
+  EXPECT_EQ(tasks.ListComment(0), "[ 开始点 00:00:01,000 ] - [ 结束点 00:00:02,000 ] / [ 分段数 3 ]");
+  EXPECT_EQ(tasks.ListOther(1), "|||");
+
   EXPECT_EQ(SourceKindOf("/a/b.JPG"), SourceKind::Image);
   EXPECT_EQ(SourceKindOf("/a/b.srt"), SourceKind::Subtitle);
   EXPECT_EQ(SourceKindOf("/a/b.webm"), SourceKind::Video);
