@@ -27,6 +27,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 
 namespace zel {
 
@@ -167,11 +168,17 @@ bool ctlDSPlayer::OpenFile(const QString& fileName) {
   // video without a picture.
   if (video_ != nullptr && !video_->Ready()) {
     video_->show();
-    WaitForMpv(true);
+    WaitUntil([this] { return video_->Ready(); }, openTimeLimit_);
   }
   if (session_.get() != mine) return false;
   session_->LoadFile(network ? filename_ : QFileInfo(filename_).absoluteFilePath());
-  WaitForMpv(false);
+  WaitUntil([mine] { return mine->Loaded() || mine->Failed(); }, openTimeLimit_);
+  if (session_.get() != mine) return false;
+  // Some containers tell the picture's size only once the first frame is
+  // decoded, which mpv does at once, paused or not.
+  if (mine->Loaded() && mine->GetString("vid").value_or("no") != "no") {
+    WaitUntil([mine] { return mine->GetInt("video-params/w").value_or(0) > 0; }, std::min(openTimeLimit_, 3000));
+  }
   if (session_.get() != mine) return false;
 
   session_->SetDouble("speed", speed_);
@@ -230,26 +237,23 @@ void ctlDSPlayer::ClearFacts() {
   tagGenre_ = -1;
 }
 
-bool ctlDSPlayer::WaitForMpv(bool renderOnly) {
+bool ctlDSPlayer::WaitUntil(const std::function<bool()>& done, int ms) {
   MpvSession* const mine = session_.get();
-  auto done = [&] {
-    if (session_.get() != mine || mine == nullptr) return true;
-    if (renderOnly) return video_ == nullptr || video_->Ready();
-    return mine->Loaded() || mine->Failed();
-  };
-  if (done()) return true;
+  auto settled = [&] { return session_.get() != mine || mine == nullptr || done(); };
+  if (settled()) return session_.get() == mine;
   QEventLoop loop;
   QTimer limit;
   limit.setSingleShot(true);
   connect(&limit, &QTimer::timeout, &loop, &QEventLoop::quit);
   auto check = [&] {
-    if (done()) loop.quit();
+    if (settled()) loop.quit();
   };
   connect(mine, &MpvSession::FileLoaded, &loop, check);
   connect(mine, &MpvSession::EndFile, &loop, check);
+  connect(mine, &MpvSession::PropertyChanged, &loop, check);
   connect(mine, &QObject::destroyed, &loop, &QEventLoop::quit);
   if (video_ != nullptr) connect(video_, &MpvVideoWidget::RenderReady, &loop, check);
-  limit.start(openTimeLimit_);
+  limit.start(ms);
   loop.exec();
   return session_.get() == mine && done();
 }

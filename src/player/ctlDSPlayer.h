@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <array>
+#include <functional>
 #include <cmath>
 #include <memory>
 #include <vector>
@@ -260,9 +261,10 @@ class ctlDSPlayer : public QWidget {
  private:
   void Tick();
   void FadeOutTick();
-  // Waits with the event loop running until mpv decides on the file (or the
-  // render context comes, for `renderOnly`); false at the time limit.
-  bool WaitForMpv(bool renderOnly);
+  // Runs the event loop until `done` holds, mpv or the picture says something
+  // that may make it hold, or `ms` pass; false when it does not hold then, or
+  // when another OpenFile or a CloseFile replaced the session meanwhile.
+  bool WaitUntil(const std::function<bool()>& done, int ms);
   void RaiseUpdate();
   void RaiseUpdate(double position, double duration, int status);
   int ReadVolume() const;
