@@ -16,7 +16,8 @@ struct Option {
 // the control draws its own faces.
 constexpr Option kCommon[] = {
     {"config", "no"},       {"terminal", "no"},      {"osc", "no"},         {"input-default-bindings", "no"},
-    {"input-vo-keyboard", "no"}, {"load-scripts", "no"}, {"pause", "yes"}, {"keep-open", "yes"},
+    {"input-vo-keyboard", "no"}, {"load-scripts", "no"}, {"ytdl", "no"},
+    {"load-stats-overlay", "no"}, {"load-osd-console", "no"}, {"load-auto-profiles", "no"}, {"pause", "yes"}, {"keep-open", "yes"},
     {"idle", "yes"},        {"hr-seek", "yes"},      {"volume-max", "100"}, {"cover-art-auto", "no"},
 };
 constexpr Option kVideo[] = {{"vo", "libmpv"}};

@@ -67,10 +67,10 @@ void MpvVideoWidget::initializeGL() {
 void MpvVideoWidget::CreateRender() {
   if (session_ == nullptr || !session_->IsValid() || render_ != nullptr) return;
   mpv_opengl_init_params gl{&ProcAddress, nullptr};
-  int advanced = 1;
+  // No advanced control: with it mpv's core may wait on this thread, which
+  // itself asks the core for properties, and the two would wait for ever.
   mpv_render_param params[] = {{MPV_RENDER_PARAM_API_TYPE, const_cast<char*>(MPV_RENDER_API_TYPE_OPENGL)},
                                {MPV_RENDER_PARAM_OPENGL_INIT_PARAMS, &gl},
-                               {MPV_RENDER_PARAM_ADVANCED_CONTROL, &advanced},
                                {MPV_RENDER_PARAM_INVALID, nullptr}};
   if (mpv_render_context_create(&render_, session_->Handle(), params) < 0) {
     render_ = nullptr;
