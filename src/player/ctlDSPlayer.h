@@ -1,0 +1,338 @@
+// The player control: opens one file at a time in an mpv session, plays,
+// pauses and resumes it with volume fades, loops and ends it on its own tick,
+// fits the video into its area, and reports everything by its events.
+#pragma once
+
+#include "player/MpvSession.h"
+
+#include <QElapsedTimer>
+#include <QPointer>
+#include <QString>
+#include <QStringList>
+#include <QTimer>
+#include <QWidget>
+
+#include <algorithm>
+#include <array>
+#include <functional>
+#include <cmath>
+#include <memory>
+#include <vector>
+
+namespace zel {
+
+class DialogChooser;
+class MpvVideoWidget;
+
+// 0 closed, 1 playing, 2 paused, 3 opened and not yet started.
+enum class PlayerStatus : int { Closed = 0, Playing = 1, Paused = 2, Opened = 3 };
+
+// 0 fit, 1 stretch, 2 original size, 3 half way.
+enum class PlayerAspect : int { Fit = 0, Stretch = 1, Original = 2, HalfWay = 3 };
+
+// Volumes travel in hundredths of a decibel, -5000 silence to 0 full, and reach
+// mpv as percent: 100 * 10^(dB / 20). -5000 and below are silence, 0 percent.
+inline constexpr int kSilence = -5000;
+double VolumePercentOf(int hundredthsDb);
+int HundredthsDbOf(double percent);
+// The graph target of an AudioVolume in percent.
+int VolumeTargetOf(double audioVolume);
+
+// Where the video goes in an area W x H for a video w x h: left and top from
+// the area's corner, the size, and the scale against the video's own size.
+struct VideoPlacement {
+  double left = 0, top = 0, width = 0, height = 0, scaleX = 0, scaleY = 0;
+};
+VideoPlacement PlaceVideo(PlayerAspect aspect, double W, double H, double w, double h);
+
+// The parts that a player hosts beside playback, each its own class: the
+// status bar strip, the picture layer, the text overlay. The control calls
+// them at its fixed points; every call has an empty default.
+class PlayerPart {
+ public:
+  virtual ~PlayerPart() = default;
+  // OpenFile, after the facts are read and before Status 3 (subtitle search).
+  virtual void Opening() {}
+  // CloseFile step 1, whether a file is open or not (DefaultImage and the
+  // picture), and step 4 (the subtitle table, the current line).
+  virtual void Closing() {}
+  // Each tick that repaints the status bar.
+  virtual void Ticked() {}
+};
+
+class ctlDSPlayer : public QWidget {
+  Q_OBJECT
+
+ public:
+  // Video draws into an OpenGL child; the headless outputs make no child at
+  // all, for tests and for a player that needs no picture.
+  explicit ctlDSPlayer(QWidget* parent = nullptr, MpvOutput output = MpvOutput::Video);
+  ~ctlDSPlayer() override;
+
+  // ---- Operations ----
+  // Opens and, unless Pause is set, starts. Waits for mpv's verdict at most
+  // OpenTimeLimit ms while the event loop runs; False on failure, after which
+  // the host shows FailureLines().
+  bool OpenFile(const QString& fileName);
+  void Play();
+  void CloseFile();
+  QString ChooseFile(bool openNow);
+  void CorrectAspect();
+  int PopupMenu(const QString& items, int defaultIndex = -1, const QString& checked = "0",
+                const QString& disabled = "0", int left = -1, int top = -1);
+  // A free name beside `path` ("a(1).mp4"), as the engine finds it.
+  static QString RenameExists(const QString& path);
+  // The lines to show when OpenFile returned False.
+  static QStringList FailureLines();
+
+  // ---- Playback properties ----
+  int Status() const { return static_cast<int>(status_); }
+  QString Filename() const { return filename_; }
+  QString SourceFileName() const { return sourceFileName_; }
+  double Position() const;
+  void SetPosition(double seconds);
+  double Duration() const { return duration_; }
+  double PositionStart() const { return positionStart_; }
+  void SetPositionStart(double seconds);
+  double PositionEnd() const { return positionEnd_; }
+  void SetPositionEnd(double seconds);
+  bool Pause() const { return pause_; }
+  void SetPause(bool pause);
+  bool Repeat() const { return repeat_; }
+  void SetRepeat(bool v) { repeat_ = v; }
+  double Speed() const { return speed_; }
+  void SetSpeed(double speed);
+  int Balance() const { return balance_; }
+  void SetBalance(int balance);
+  double AudioVolume() const;
+  void SetAudioVolume(double percent);
+  bool ControlSystemVolume() const { return controlSystemVolume_; }
+  void SetControlSystemVolume(bool v);
+  bool VolumeFadeInOut() const { return volumeFadeInOut_; }
+  void SetVolumeFadeInOut(bool v) { volumeFadeInOut_ = v; }
+  float TimeJumpValue() const { return timeJumpValue_; }
+  void SetTimeJumpValue(float seconds);
+  QString SuffixChange() const { return suffixChange_; }
+  void SetSuffixChange(const QString& v) { suffixChange_ = v; }
+  int Aspect() const { return static_cast<int>(aspect_); }
+  void SetAspect(int aspect);
+  bool Enabled() const { return enabled_; }
+  void SetEnabled(bool v) { enabled_ = v; }
+  bool Refresh() const { return refresh_; }
+  void SetRefresh(bool v);
+  bool ShowFFT() const { return showFFT_; }
+  void SetShowFFT(bool v) { showFFT_ = v; }
+  bool AllowChangePosition() const { return allowChangePosition_; }
+  void SetAllowChangePosition(bool v) { allowChangePosition_ = v; }
+  bool AllowLoadSubtitle() const { return allowLoadSubtitle_; }
+  void SetAllowLoadSubtitle(bool v) { allowLoadSubtitle_ = v; }
+  bool MoveParent() const { return moveParent_; }
+  void SetMoveParent(bool v) { moveParent_ = v; }
+  int OLEDropMode() const { return oleDropMode_; }
+  void SetOLEDropMode(int mode);
+  // Writing follows the top-level window's full-screen state; reading gives
+  // False always, as callers track full screen themselves.
+  bool FullScreenMode() const { return false; }
+  void SetFullScreenMode(bool on);
+  bool ShowBorder() const { return showBorder_; }
+  void SetShowBorder(bool v);
+  // Milliseconds that OpenFile waits for mpv's verdict on a file.
+  int OpenTimeLimit() const { return openTimeLimit_; }
+  void SetOpenTimeLimit(int ms) { openTimeLimit_ = std::max(100, ms); }
+
+  // ---- Media facts, filled by OpenFile and cleared by CloseFile ----
+  int MediaWidth() const { return mediaWidth_; }
+  int MediaHeight() const { return mediaHeight_; }
+  int MediaFrameRate() const { return static_cast<int>(std::lround(frameRate_)); }
+  float FrameRate() const { return frameRate_; }
+  QString TagTitle() const { return tagTitle_; }
+  QString TagArtist() const { return tagArtist_; }
+  QString TagAlbum() const { return tagAlbum_; }
+  QString TagComment() const { return tagComment_; }
+  int TagYear() const { return tagYear_; }
+  int TagGenre() const { return tagGenre_; }
+  int TagTrack() const { return tagTrack_; }
+  // Left, top, width, height in control coordinates; empty when closed.
+  std::array<int, 4> VideoRect() const { return videoRect_; }
+  bool SubtitleLoaded() const { return subtitleLoaded_; }
+  void SetSubtitleLoaded(bool v) { subtitleLoaded_ = v; }
+
+  // ---- Shared with the status bar: its size and faces, and the marks ----
+  int StatusBarHeight() const { return statusBarHeight_; }
+  void SetStatusBarHeight(int v);
+  int StatusBarDefaultMode() const { return statusBarDefaultMode_; }
+  void SetStatusBarDefaultMode(int v);
+  int StatusBarCurrentMode() const { return statusBarCurrentMode_; }
+  void SetStatusBarCurrentMode(int v);
+  // Seconds after which a temporary face gives way; a negative value is refused.
+  int StatusBarAutoRecovery() const { return statusBarAutoRecovery_; }
+  void SetStatusBarAutoRecovery(int v) { if (v >= 0) statusBarAutoRecovery_ = v; }
+  QString InfoBarString() const { return infoBarString_; }
+  void SetInfoBarString(const QString& text);
+  double SetTagStart() const { return setTagStart_; }
+  void SetSetTagStart(double v);
+  double SetTagEnd() const { return setTagEnd_; }
+  void SetSetTagEnd(double v);
+  int SetTagPart() const { return setTagPart_; }
+  void SetSetTagPart(int v) { setTagPart_ = v; }
+  // The side panel of the media facts takes MediaInfoWidth from the video's
+  // width while ShowMediaInfo is set and the control is wider than it.
+  bool ShowMediaInfo() const { return showMediaInfo_; }
+  void SetShowMediaInfo(bool v);
+  int MediaInfoWidth() const { return mediaInfoWidth_; }
+  void SetMediaInfoWidth(int v);
+
+  // ---- Where the other parts plug in ----
+  // The strip along the lower edge, StatusBarHeight tall, full width.
+  void SetStatusBarWidget(QWidget* bar);
+  // Covers the video rectangle above the picture (the subtitle line).
+  void SetOverlayWidget(QWidget* overlay);
+  // Fills the area above the status bar, under the video (pictures, covers).
+  void SetImageWidget(QWidget* image);
+  void AddPart(PlayerPart* part);
+  void SetChooser(DialogChooser* chooser) { chooser_ = chooser; }
+  // The live session (nullptr while closed), for the parts that ask mpv for
+  // more (frames, tracks).
+  MpvSession* Session() const { return session_.get(); }
+  MpvVideoWidget* VideoWidget() const { return video_; }
+
+  // Every volume written to mpv while fading or setting, in order: the
+  // hundredths of a decibel and the percent that mpv then holds.
+  struct VolumeStep {
+    int db;
+    double percent;
+  };
+  const std::vector<VolumeStep>& VolumeHistory() const { return volumeHistory_; }
+  void ClearVolumeHistory() { volumeHistory_.clear(); }
+  // The tick's interval now, 0 while it is off.
+  int TickInterval() const { return tmrPlayTimer.isActive() ? tmrPlayTimer.interval() : 0; }
+
+ signals:
+  void OLEDragDrop(QStringList data, int effect, int button, int shift, int x, int y);
+  void Click();
+  void DblClick();
+  void MouseEnter();
+  void MouseLeave();
+  void MouseActivate();
+  void MouseDown(int button, int shift, int x, int y);
+  void MouseMove(int button, int shift, int x, int y);
+  void MouseUp(int button, int shift, int x, int y);
+  // 1 down (toward the user), 0 up.
+  void MouseWheel(int direction);
+  void StatusBarText(QString& text);
+  void ParentMouseEnter();
+  void ParentMouseLeave();
+  void ParentSized();
+  void ParentMoveSizeEnd();
+  void ParentPositionChanged();
+  void ParentActivate(bool active);
+  void ParentMinimize();
+  void ParentMaximize();
+  void FileOpened();
+  void FileClosed();
+  void Resized();
+  void DefaultImageChanged(QString& fileName);
+  void TagsChanged();
+  // The video's left, top, width and height (the last two in the places of a
+  // right and a bottom, as the rectangle is kept), and its scale.
+  void VideoRectChanged(float left, float top, float right, float bottom, float scaleX, float scaleY);
+  void PlaybackUpdate(double position, double duration, int status, double setTagStart, double setTagEnd);
+  void ImageGrabbed(QString fileName, int width, int height);
+  void DebugMessage(QString text);
+  void DefaultImageZoomed();
+  void KeyDown(int keyCode, int shift);
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
+  void resizeEvent(QResizeEvent* event) override;
+  void mousePressEvent(QMouseEvent* event) override;
+  void mouseMoveEvent(QMouseEvent* event) override;
+  void mouseReleaseEvent(QMouseEvent* event) override;
+  void mouseDoubleClickEvent(QMouseEvent* event) override;
+  void wheelEvent(QWheelEvent* event) override;
+  void keyPressEvent(QKeyEvent* event) override;
+  void enterEvent(QEnterEvent* event) override;
+  void leaveEvent(QEvent* event) override;
+  void dragEnterEvent(QDragEnterEvent* event) override;
+  void dropEvent(QDropEvent* event) override;
+  bool eventFilter(QObject* watched, QEvent* event) override;
+  void showEvent(QShowEvent* event) override;
+
+ private:
+  void Tick();
+  void FadeOutTick();
+  // Runs the event loop until `done` holds, mpv or the picture says something
+  // that may make it hold, or `ms` pass; false when it does not hold then, or
+  // when another OpenFile or a CloseFile replaced the session meanwhile.
+  bool WaitUntil(const std::function<bool()>& done, int ms);
+  void RaiseUpdate();
+  void RaiseUpdate(double position, double duration, int status);
+  int ReadVolume() const;
+  void WriteVolume(int hundredthsDb);
+  void ApplyBalance();
+  void ReadFacts();
+  void RenameBack();
+  void ClearFacts();
+  void RepaintBar();
+  void Repaint(const char* reason);
+  void Retire();
+  void LayoutParts();
+  void JumpBy(double seconds);
+  void DebugWord(const char* word);
+  void WatchTopLevel();
+  QRect AreaRect() const;
+  void Yield();
+
+  MpvOutput output_;
+  std::unique_ptr<MpvSession> session_;
+  // A closed file whose sound still fades out before its handle goes.
+  std::unique_ptr<MpvSession> retiring_;
+  MpvVideoWidget* video_ = nullptr;
+  QPointer<QWidget> statusBar_, overlay_, image_;
+  std::vector<PlayerPart*> parts_;
+  DialogChooser* chooser_ = nullptr;
+  QTimer tmrPlayTimer;
+  QTimer tmrTimer;  // image transitions, driven by the picture layer
+  QTimer tmrFadeOut;
+  QTimer parentSettle_;  // the end of a move or size of the top-level window
+  bool parentSizing_ = false;
+  bool ending_ = false;  // the destructor runs: no yielding, no fade
+  QPointer<QWidget> watchedTop_;
+
+  PlayerStatus status_ = PlayerStatus::Closed;
+  QString filename_, sourceFileName_;
+  double position_ = 0, duration_ = 0, positionStart_ = 0, positionEnd_ = 0;
+  bool pause_ = false, repeat_ = false;
+  double speed_ = 1;
+  int balance_ = 0;
+  double graphVolume_ = 100, shownVolume_ = 100;
+  bool controlSystemVolume_ = false, volumeFadeInOut_ = false;
+  float timeJumpValue_ = 1;
+  QString suffixChange_;
+  PlayerAspect aspect_ = PlayerAspect::Fit;
+  bool enabled_ = true, refresh_ = true, showFFT_ = false, allowChangePosition_ = true;
+  bool allowLoadSubtitle_ = true, moveParent_ = false, showBorder_ = false;
+  int oleDropMode_ = 0;
+  int openTimeLimit_ = 10000;
+  int lastVolume_ = kSilence;  // the last written, for when mpv cannot be read
+
+  int mediaWidth_ = 0, mediaHeight_ = 0;
+  float frameRate_ = 0;
+  QString tagTitle_, tagArtist_, tagAlbum_, tagComment_;
+  int tagYear_ = 0, tagGenre_ = -1, tagTrack_ = 0;
+  std::array<int, 4> videoRect_{};
+  bool subtitleLoaded_ = false;
+
+  int statusBarHeight_ = 17, statusBarDefaultMode_ = 0, statusBarCurrentMode_ = 0, statusBarAutoRecovery_ = 5;
+  int recoveryCounter_ = 0;
+  QString infoBarString_;
+  double setTagStart_ = 0, setTagEnd_ = 0;
+  int setTagPart_ = 0;
+  bool showMediaInfo_ = false;
+  int mediaInfoWidth_ = 0;
+
+  QPoint dragFrom_;
+  std::vector<VolumeStep> volumeHistory_;
+};
+
+}  // namespace zel

@@ -1,0 +1,68 @@
+// zel-player FILE: one player control in a window, playing FILE, to try the
+// player by hand. With --shot OUT.png --at SECONDS it pauses at that time,
+// writes the picture the control shows and ends (the rendering check).
+#include "controls/FontText.h"
+#include "player/MpvVideoWidget.h"
+#include "player/ctlDSPlayer.h"
+
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QImage>
+#include <QMainWindow>
+#include <QTimer>
+
+#include <clocale>
+#include <cmath>
+#include <cstdio>
+
+int main(int argc, char** argv) {
+  QApplication app(argc, argv);
+  std::setlocale(LC_NUMERIC, "C");
+  zel::InstallFontFallbacks();
+
+  QCommandLineParser parser;
+  parser.addHelpOption();
+  parser.addPositionalArgument("file", "the media file to play");
+  const QCommandLineOption shot("shot", "write the picture at --at seconds to this PNG file and end", "png");
+  const QCommandLineOption at("at", "seconds into the file for --shot", "seconds", "0");
+  parser.addOption(shot);
+  parser.addOption(at);
+  parser.process(app);
+  if (parser.positionalArguments().size() != 1) parser.showHelp(2);
+  const QString file = parser.positionalArguments().front();
+
+  QMainWindow window;
+  auto* player = new zel::ctlDSPlayer(&window, zel::MpvOutput::Video);
+  window.setCentralWidget(player);
+  window.resize(640, 497);
+  window.setWindowTitle(file);
+  window.show();
+
+  const bool shooting = parser.isSet(shot);
+  player->SetPause(shooting);
+  if (!player->OpenFile(file)) {
+    for (const QString& line : zel::ctlDSPlayer::FailureLines()) std::fprintf(stderr, "%s\n", line.toUtf8().constData());
+    return 1;
+  }
+  if (!shooting) return app.exec();
+
+  // The frame at the time asked for, drawn, then grabbed from the widget.
+  player->SetPosition(parser.value(at).toDouble());
+  const double wanted = parser.value(at).toDouble();
+  int code = 1;
+  int waited = 0, settled = 0;
+  QTimer poll;
+  QObject::connect(&poll, &QTimer::timeout, [&] {
+    waited += 50;
+    if (std::abs(player->Position() - wanted) < 0.05) settled += 50;
+    // Some more turns of the event loop after the seek, so that its frame is
+    // drawn before the grab.
+    if (settled < 300 && waited < 10000) return;
+    const QImage picture = player->VideoWidget()->grabFramebuffer();
+    code = settled >= 300 && picture.save(parser.value(shot)) ? 0 : 1;
+    app.quit();
+  });
+  poll.start(50);
+  app.exec();
+  return code;
+}
