@@ -19,6 +19,8 @@ constexpr Option kCommon[] = {
     {"input-vo-keyboard", "no"}, {"load-scripts", "no"}, {"ytdl", "no"},
     {"load-stats-overlay", "no"}, {"load-osd-console", "no"}, {"load-auto-profiles", "no"}, {"pause", "yes"}, {"keep-open", "yes"},
     {"idle", "yes"},        {"hr-seek", "yes"},      {"volume-max", "100"}, {"cover-art-auto", "no"},
+    // An embedded cover is not a video: the control shows it as the file's picture.
+    {"audio-display", "no"},
 };
 constexpr Option kVideo[] = {{"vo", "libmpv"}};
 constexpr Option kHeadless[] = {{"vo", "null"}, {"ao", "null"}, {"hwdec", "no"}, {"gpu-hwdec-interop", "no"}};
@@ -155,6 +157,38 @@ std::optional<QString> MpvSession::GetString(const char* name) const {
   QString result = QString::fromUtf8(text);
   mpv_free(text);
   return result;
+}
+
+QImage MpvSession::Frame() const {
+  if (handle_ == nullptr) return {};
+  const char* args[] = {"screenshot-raw", "video", nullptr};
+  mpv_node result{};
+  if (mpv_command_ret(handle_, args, &result) < 0) return {};
+  QImage frame;
+  if (result.format == MPV_FORMAT_NODE_MAP) {
+    long long w = 0, h = 0, stride = 0;
+    const mpv_byte_array* bytes = nullptr;
+    QString format;
+    const mpv_node_list* map = result.u.list;
+    for (int i = 0; i < map->num; ++i) {
+      const QByteArray key(map->keys[i]);
+      const mpv_node& v = map->values[i];
+      if (key == "w") w = v.u.int64;
+      if (key == "h") h = v.u.int64;
+      if (key == "stride") stride = v.u.int64;
+      if (key == "format" && v.format == MPV_FORMAT_STRING) format = QString::fromUtf8(v.u.string);
+      if (key == "data" && v.format == MPV_FORMAT_BYTE_ARRAY) bytes = v.u.ba;
+    }
+    // "bgr0" is the one layout mpv gives; its bytes are Qt's RGB32 on a little-endian machine.
+    if (format == QLatin1String("bgr0") && bytes != nullptr && w > 0 && h > 0 &&
+        static_cast<long long>(bytes->size) >= stride * h) {
+      frame = QImage(static_cast<const uchar*>(bytes->data), static_cast<int>(w), static_cast<int>(h),
+                     static_cast<qsizetype>(stride), QImage::Format_RGB32)
+                  .copy();
+    }
+  }
+  mpv_free_node_contents(&result);
+  return frame;
 }
 
 }  // namespace zel

@@ -2,6 +2,7 @@
 // and the events of mpv turned into Qt signals on the GUI thread.
 #pragma once
 
+#include <QImage>
 #include <QObject>
 #include <QString>
 #include <QStringList>
@@ -51,6 +52,10 @@ class MpvSession : public QObject {
   std::optional<long long> GetInt(const char* name) const;
   std::optional<bool> GetFlag(const char* name) const;
   std::optional<QString> GetString(const char* name) const;
+
+  // The decoded frame on show at the video's own size, without subtitles or
+  // scaling; a null image when there is none.
+  QImage Frame() const;
 
   // Whether a FILE_LOADED came since the last LoadFile, and whether the file
   // ended in an error before it loaded.

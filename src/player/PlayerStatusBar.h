@@ -32,6 +32,8 @@ class PlayerStatusBar : public QWidget {
   // Below 1 the marks are drawn; from 1 up the bar is ruled into equal parts.
   int16_t SetTagPart() const { return tagPart_; }
   void SetSetTagPart(int16_t parts);
+  // Closing a file: no marks and no rules, without the writes' events.
+  void ClearMarks() { marks_ = {}, tagPart_ = 0, update(); }
   bool SetTagEnabled() const { return tagEnabled_; }
   void SetSetTagEnabled(bool v) { tagEnabled_ = v; }
 

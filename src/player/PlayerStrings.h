@@ -42,5 +42,9 @@ inline constexpr Text StrPlayerNoDecoder3 = "建议立即安装推荐的系统�
 inline constexpr Text StrPlayerNoDecoder4 = "此外，启用播放容器修正功能可以解决因文件指定错误后缀名而导致的无法播放。";
 inline constexpr Text StrPlayerNoDecoder5 = "请进入设置窗口，找到并启用播放容器修正功能，尝试解决这个问题。";
 inline constexpr Text StrPlayerSuffixChange = "播放容器修正";
+// What assistive technology offers on the player.
+inline constexpr Text StrPlayerPlay = "播放";
+inline constexpr Text StrPlayerPause = "暂停";
+inline constexpr Text StrPlayerName = "播放器";
 
 }  // namespace zel

@@ -6,7 +6,10 @@
 #include "controls/QtText.h"
 #include "controls/ctlButton.h"
 #include "player/MpvVideoWidget.h"
+#include "player/PlayerPictureLayer.h"
+#include "player/PlayerStatusBar.h"
 #include "player/PlayerStrings.h"
+#include "player/PlayerSubtitleLayer.h"
 #include "subtitles/Mp3Tags.h"
 
 #include <QAction>
@@ -99,12 +102,18 @@ ctlDSPlayer::ctlDSPlayer(QWidget* parent, MpvOutput output) : QWidget(parent), o
   setFocusPolicy(Qt::StrongFocus);
   setMouseTracking(true);
   setAttribute(Qt::WA_OpaquePaintEvent);
+  image_ = new PlayerPictureLayer(*this);
   if (output_ == MpvOutput::Video) {
     video_ = new MpvVideoWidget(this);
     // Clicks and the wheel on the picture are the control's own.
     video_->setAttribute(Qt::WA_TransparentForMouseEvents);
     video_->hide();
   }
+  overlay_ = new PlayerSubtitleLayer(*this);
+  bar_ = new PlayerStatusBar(this);
+  parts_ = {image_, overlay_};
+  ConnectBar();
+  LayoutParts();
   tmrPlayTimer.setInterval(1);
   tmrTimer.setInterval(1);
   connect(&tmrPlayTimer, &QTimer::timeout, this, &ctlDSPlayer::Tick);
@@ -151,7 +160,7 @@ bool ctlDSPlayer::OpenFile(const QString& fileName) {
   if (video_ != nullptr) video_->Attach(mine);
   Yield();
   if (session_.get() != mine) return false;  // another OpenFile or a CloseFile ran meanwhile
-  subtitleLoaded_ = false;
+  overlay_->Clear();
   ClearFacts();
 
   sourceFileName_ = fileName;
@@ -198,7 +207,7 @@ bool ctlDSPlayer::OpenFile(const QString& fileName) {
   emit FileOpened();
   RaiseUpdate();
   CorrectAspect();
-  statusBarCurrentMode_ = statusBarDefaultMode_;
+  bar_->SetStatusBarCurrentMode(bar_->StatusBarDefaultMode());
   ApplyBalance();
   WriteVolume(kSilence);
   Repaint("Openfile");
@@ -275,13 +284,11 @@ void ctlDSPlayer::CloseFile() {
   for (PlayerPart* part : parts_) part->Closing();
   if (status_ == PlayerStatus::Closed) return;
   tmrPlayTimer.stop();
-  statusBarCurrentMode_ = statusBarDefaultMode_;
+  bar_->SetStatusBarCurrentMode(bar_->StatusBarDefaultMode());
   duration_ = 0;
   ClearFacts();
   position_ = positionStart_ = positionEnd_ = 0;
-  setTagStart_ = setTagEnd_ = 0;
-  setTagPart_ = 0;
-  subtitleLoaded_ = false;
+  bar_->ClearMarks();
   status_ = PlayerStatus::Closed;
   Retire();
   RenameBack();
@@ -355,11 +362,11 @@ void ctlDSPlayer::Tick() {
     }
   }
   shownVolume_ = controlSystemVolume_ ? session_->GetDouble("ao-volume").value_or(shownVolume_) : graphVolume_;
+  bar_->SetAudioVolume(shownVolume_);
 
   if (!refresh_) return;
   if (status_ != PlayerStatus::Playing && status_ != PlayerStatus::Paused) return;
   RepaintBar();
-  for (PlayerPart* part : parts_) part->Ticked();
 
   if (!filename_.contains(QStringLiteral("://"), Qt::CaseInsensitive)) {
     duration_ = std::max(duration_, session_->GetDouble("duration").value_or(0));
@@ -380,17 +387,7 @@ void ctlDSPlayer::Tick() {
     }
   }
 
-  if (statusBarCurrentMode_ != statusBarDefaultMode_ && statusBarCurrentMode_ != 1) {
-    recoveryCounter_ += interval;
-    if (recoveryCounter_ >= statusBarAutoRecovery_ * 1000) {
-      infoBarString_.clear();
-      statusBarCurrentMode_ = statusBarDefaultMode_;
-      recoveryCounter_ = 0;
-      Repaint("tmrPlayTimer");
-    }
-  } else {
-    recoveryCounter_ = 0;
-  }
+  if (bar_->Tick(interval)) Repaint("tmrPlayTimer");
 }
 
 int ctlDSPlayer::ReadVolume() const {
@@ -424,7 +421,8 @@ void ctlDSPlayer::ApplyBalance() {
 void ctlDSPlayer::RaiseUpdate() { RaiseUpdate(Position(), duration_, static_cast<int>(status_)); }
 
 void ctlDSPlayer::RaiseUpdate(double position, double duration, int status) {
-  emit PlaybackUpdate(position, duration, status, setTagStart_, setTagEnd_);
+  bar_->SetPlayback(position, duration, status);
+  emit PlaybackUpdate(position, duration, status, bar_->SetTagStart(), bar_->SetTagEnd());
 }
 
 // ---- Properties ----
@@ -496,6 +494,7 @@ void ctlDSPlayer::SetPause(bool pause) {
 
 void ctlDSPlayer::SetSpeed(double speed) {
   speed_ = std::nearbyint(std::max(0.1, speed) * 10) / 10;
+  bar_->SetSpeed(speed_);
   SetStatusBarCurrentMode(3);
   if (session_ != nullptr) session_->SetDouble("speed", speed_);
 }
@@ -520,8 +519,9 @@ void ctlDSPlayer::SetAudioVolume(double percent) {
     shownVolume_ = value;
   } else {
     WriteVolume(VolumeTargetOf(value));
-    graphVolume_ = value;
+    graphVolume_ = shownVolume_ = value;
   }
+  bar_->SetAudioVolume(shownVolume_);
 }
 
 void ctlDSPlayer::SetControlSystemVolume(bool v) {
@@ -545,8 +545,31 @@ void ctlDSPlayer::SetAspect(int aspect) {
 
 void ctlDSPlayer::SetRefresh(bool v) {
   refresh_ = v;
+  bar_->SetRefresh(v);
   if (v) update();
 }
+
+void ctlDSPlayer::SetEnabled(bool v) {
+  enabled_ = v;
+  // A disabled player's bar passes the mouse on, and the control ignores it.
+  bar_->setAttribute(Qt::WA_TransparentForMouseEvents, !v);
+}
+
+bool ctlDSPlayer::AllowChangePosition() const { return bar_->AllowChangePosition(); }
+void ctlDSPlayer::SetAllowChangePosition(bool v) { bar_->SetAllowChangePosition(v); }
+
+void ctlDSPlayer::SetAllowLoadSubtitle(bool v) {
+  allowLoadSubtitle_ = v;
+  if (!v) {
+    overlay_->Clear();
+  } else if (status_ != PlayerStatus::Closed) {
+    overlay_->Load();
+  }
+}
+
+bool ctlDSPlayer::SubtitleLoaded() const { return overlay_->Overlay().SubtitleLoaded(); }
+SubtitleOverlay& ctlDSPlayer::Subtitle() const { return overlay_->Overlay(); }
+PlayerPicture& ctlDSPlayer::Picture() const { return image_->Picture(); }
 
 void ctlDSPlayer::SetOLEDropMode(int mode) {
   oleDropMode_ = mode;
@@ -564,50 +587,71 @@ void ctlDSPlayer::SetFullScreenMode(bool on) {
 
 void ctlDSPlayer::SetShowBorder(bool v) {
   showBorder_ = v;
+  LayoutParts();
   CorrectAspect();
   update();
 }
 
-void ctlDSPlayer::SetStatusBarHeight(int v) {
-  statusBarHeight_ = std::max(0, v);
-  LayoutParts();
-  CorrectAspect();
+int ctlDSPlayer::Style() const { return bar_->Style(); }
+
+void ctlDSPlayer::SetStyle(int style) {
+  bar_->SetStyle(style);
+  if (style == 27) SetShowBorder(false);
 }
 
-void ctlDSPlayer::SetStatusBarDefaultMode(int v) {
-  statusBarDefaultMode_ = v;
-  Repaint("StatusBarDefaultMode");
-  CorrectAspect();
-}
+// ---- The status bar's state, held by the bar ----
+
+int ctlDSPlayer::StatusBarHeight() const { return bar_->StatusBarHeight(); }
+void ctlDSPlayer::SetStatusBarHeight(int v) { bar_->SetStatusBarHeight(v); }
+int ctlDSPlayer::StatusBarDefaultMode() const { return bar_->StatusBarDefaultMode(); }
+void ctlDSPlayer::SetStatusBarDefaultMode(int v) { bar_->SetStatusBarDefaultMode(v); }
+int ctlDSPlayer::StatusBarCurrentMode() const { return bar_->StatusBarCurrentMode(); }
+int ctlDSPlayer::StatusBarAutoRecovery() const { return bar_->StatusBarAutoRecovery(); }
+void ctlDSPlayer::SetStatusBarAutoRecovery(int v) { bar_->SetStatusBarAutoRecovery(v); }
+QString ctlDSPlayer::InfoBarString() const { return bar_->InfoBarString(); }
+void ctlDSPlayer::SetInfoBarString(const QString& text) { bar_->SetInfoBarString(text); }
+double ctlDSPlayer::SetTagStart() const { return bar_->SetTagStart(); }
+void ctlDSPlayer::SetSetTagStart(double v) { bar_->SetSetTagStart(v); }
+double ctlDSPlayer::SetTagEnd() const { return bar_->SetTagEnd(); }
+void ctlDSPlayer::SetSetTagEnd(double v) { bar_->SetSetTagEnd(v); }
+int ctlDSPlayer::SetTagPart() const { return bar_->SetTagPart(); }
+void ctlDSPlayer::SetSetTagPart(int v) { bar_->SetSetTagPart(static_cast<int16_t>(std::clamp(v, -32768, 32767))); }
 
 void ctlDSPlayer::SetStatusBarCurrentMode(int v) {
-  statusBarCurrentMode_ = v;
-  recoveryCounter_ = 0;
+  bar_->SetStatusBarCurrentMode(v);
   Repaint("StatusBarCurrentMode");
 }
 
-void ctlDSPlayer::SetInfoBarString(const QString& text) {
-  recoveryCounter_ = 0;
-  infoBarString_ = text;
-  SetStatusBarCurrentMode(4);
-}
-
-void ctlDSPlayer::SetSetTagStart(double v) {
-  setTagStart_ = std::max(0.0, v);
-  if (refresh_ && (status_ == PlayerStatus::Playing || status_ == PlayerStatus::Paused)) {
-    RepaintBar();
-    RaiseUpdate();
-  }
-  emit TagsChanged();
-}
-
-void ctlDSPlayer::SetSetTagEnd(double v) {
-  setTagEnd_ = std::max(0.0, v);
-  if (refresh_ && (status_ == PlayerStatus::Playing || status_ == PlayerStatus::Paused)) {
-    RepaintBar();
-    RaiseUpdate();
-  }
-  emit TagsChanged();
+// The bar asks, the control does: seeks, volume, speed, the tick's pause
+// during a drag, and the events the host sees as the control's own.
+void ctlDSPlayer::ConnectBar() {
+  connect(bar_, &PlayerStatusBar::SeekRequested, this, &ctlDSPlayer::SetPosition);
+  connect(bar_, &PlayerStatusBar::VolumeRequested, this, &ctlDSPlayer::SetAudioVolume);
+  connect(bar_, &PlayerStatusBar::SpeedRequested, this, &ctlDSPlayer::SetSpeed);
+  connect(bar_, &PlayerStatusBar::PlaybackUpdateWanted, this, qOverload<>(&ctlDSPlayer::RaiseUpdate));
+  connect(bar_, &PlayerStatusBar::TagsChanged, this, &ctlDSPlayer::TagsChanged);
+  connect(bar_, &PlayerStatusBar::StatusBarText, this, [this](QString& text) { emit StatusBarText(text); });
+  connect(bar_, &PlayerStatusBar::LayoutChanged, this, [this] {
+    LayoutParts();
+    CorrectAspect();
+  });
+  connect(bar_, &PlayerStatusBar::PlayTimerWanted, this, [this](bool on) {
+    if (!on) {
+      tmrPlayTimer.stop();
+    } else if (session_ != nullptr) {
+      tmrPlayTimer.start();
+    }
+  });
+  // The bar's pointer events are the control's, in the control's coordinates.
+  connect(bar_, &PlayerStatusBar::MouseDown, this, [this](int b, int s, int x, int y) {
+    emit MouseDown(b, s, x, y + bar_->y());
+  });
+  connect(bar_, &PlayerStatusBar::MouseMove, this, [this](int b, int s, int x, int y) {
+    emit MouseMove(b, s, x, y + bar_->y());
+  });
+  connect(bar_, &PlayerStatusBar::MouseUp, this, [this](int b, int s, int x, int y) {
+    emit MouseUp(b, s, x, y + bar_->y());
+  });
 }
 
 void ctlDSPlayer::SetShowMediaInfo(bool v) {
@@ -626,7 +670,7 @@ QRect ctlDSPlayer::AreaRect() const {
   const int b = showBorder_ ? 1 : 0;
   int w = width() - 2 * b;
   if (showMediaInfo_ && width() > mediaInfoWidth_) w -= mediaInfoWidth_;
-  return {b, b, std::max(0, w), std::max(0, height() - statusBarHeight_ - 2 * b)};
+  return {b, b, std::max(0, w), std::max(0, height() - StatusBarHeight() - 2 * b)};
 }
 
 void ctlDSPlayer::CorrectAspect() {
@@ -640,7 +684,7 @@ void ctlDSPlayer::CorrectAspect() {
     video_->setGeometry(videoRect_[0], videoRect_[1], videoRect_[2], videoRect_[3]);
     video_->show();
   }
-  if (overlay_ != nullptr) overlay_->setGeometry(videoRect_[0], videoRect_[1], videoRect_[2], videoRect_[3]);
+  LayoutParts();
   emit VideoRectChanged(static_cast<float>(videoRect_[0]), static_cast<float>(videoRect_[1]),
                         static_cast<float>(videoRect_[2]), static_cast<float>(videoRect_[3]),
                         static_cast<float>(at.scaleX), static_cast<float>(at.scaleY));
@@ -648,61 +692,65 @@ void ctlDSPlayer::CorrectAspect() {
 
 // ---- Parts ----
 
-void ctlDSPlayer::SetStatusBarWidget(QWidget* bar) {
-  statusBar_ = bar;
-  if (bar != nullptr) bar->setParent(this);
-  LayoutParts();
-}
-
-void ctlDSPlayer::SetOverlayWidget(QWidget* overlay) {
-  overlay_ = overlay;
-  if (overlay != nullptr) {
-    overlay->setParent(this);
-    overlay->setAttribute(Qt::WA_TransparentForMouseEvents);
-  }
-  LayoutParts();
-}
-
-void ctlDSPlayer::SetImageWidget(QWidget* image) {
-  image_ = image;
-  if (image != nullptr) image->setParent(this);
-  LayoutParts();
-}
-
 void ctlDSPlayer::AddPart(PlayerPart* part) {
   if (part != nullptr) parts_.push_back(part);
 }
 
-// From the bottom up: the picture layer, the video, the overlay, and the bar
-// along the lower edge.
+// From the bottom up: the picture layer inside the border, the video, the
+// words over the video (over the whole area for a file without one), and the
+// bar along the lower edge.
 void ctlDSPlayer::LayoutParts() {
-  if (image_ != nullptr) {
-    image_->setGeometry(0, 0, width(), std::max(0, height() - statusBarHeight_));
-    image_->lower();
-    image_->show();
-  }
+  const int b = showBorder_ ? 1 : 0;
+  const int barHeight = StatusBarHeight();
+  image_->setGeometry(b, b, std::max(0, width() - 2 * b), std::max(0, height() - barHeight - 2 * b));
+  image_->lower();
   if (video_ != nullptr) video_->raise();
-  if (overlay_ != nullptr) {
-    overlay_->setGeometry(videoRect_[0], videoRect_[1], videoRect_[2], videoRect_[3]);
-    overlay_->raise();
-    overlay_->show();
-  }
-  if (statusBar_ != nullptr) {
-    statusBar_->setGeometry(0, height() - statusBarHeight_, width(), statusBarHeight_);
-    statusBar_->raise();
-    statusBar_->show();
-  }
+  overlay_->setGeometry(videoRect_[2] > 0 && videoRect_[3] > 0
+                            ? QRect(videoRect_[0], videoRect_[1], videoRect_[2], videoRect_[3])
+                            : AreaRect());
+  overlay_->raise();
+  bar_->setGeometry(0, height() - barHeight, width(), barHeight);
+  bar_->raise();
 }
 
 void ctlDSPlayer::RepaintBar() {
-  if (statusBar_ != nullptr) statusBar_->update();
+  bar_->update();
+  for (PlayerPart* part : parts_) part->Ticked();
 }
 
 void ctlDSPlayer::Repaint(const char* /*reason*/) {
   if (!refresh_) return;
   update();
-  if (statusBar_ != nullptr) statusBar_->update();
-  if (overlay_ != nullptr) overlay_->update();
+  bar_->update();
+  overlay_->update();
+}
+
+// ---- Pictures and screenshots ----
+
+QString ctlDSPlayer::DefaultImage() const { return Q(image_->Picture().DefaultImage()); }
+void ctlDSPlayer::SetDefaultImage(const QString& fileName) { image_->Picture().SetDefaultImage(S(fileName)); }
+
+QImage ctlDSPlayer::ShownFrame() const {
+  if (session_ != nullptr && (mediaWidth_ > 0 || mediaHeight_ > 0)) {
+    QImage frame = session_->Frame();
+    if (frame.isNull() && video_ != nullptr) frame = video_->grabFramebuffer();
+    return frame;
+  }
+  return image_->Picture().Screen();
+}
+
+QString ctlDSPlayer::Screenshot(const QString& folder, const QString& suffix, const ScreenshotTexts& texts) {
+  const QString source = !sourceFileName_.isEmpty() ? sourceFileName_ : DefaultImage();
+  const QImage frame = ShownFrame();
+  if (source.isEmpty() || frame.isNull()) return {};
+  const std::optional<double> at = status_ != PlayerStatus::Closed ? std::optional<double>(Position()) : std::nullopt;
+  QString name = Q(ScreenshotFileName(S(source), S(folder), at, S(suffix)));
+  // Never over a file that is there already, the source least of all.
+  if (QFileInfo::exists(name)) name = RenameExists(name);
+  const QImage shot = ScreenshotImage(frame, S(source), Position(), duration_, texts);
+  if (!SaveScreenshot(shot, S(name))) return {};
+  emit ImageGrabbed(name, shot.width(), shot.height());
+  return name;
 }
 
 void ctlDSPlayer::DebugWord(const char* word) { emit DebugMessage(QString::fromLatin1(word)); }
@@ -798,6 +846,8 @@ void ctlDSPlayer::mousePressEvent(QMouseEvent* event) {
   if (event->button() == Qt::LeftButton) DebugWord("LButton Down");
   emit MouseDown(ButtonCode(event->button()), ShiftCode(event->modifiers()), at.x(), at.y());
   dragFrom_ = event->globalPosition().toPoint();
+  // A press over a picture starts its drag.
+  if (event->button() == Qt::LeftButton && image_->isVisible()) image_->Picture().MousePress(at - image_->pos());
   if (moveParent_ && event->button() == Qt::LeftButton && window()->windowHandle() != nullptr) {
     window()->windowHandle()->startSystemMove();
   }
@@ -807,12 +857,14 @@ void ctlDSPlayer::mouseMoveEvent(QMouseEvent* event) {
   if (!enabled_) return;
   const QPoint at = event->position().toPoint();
   emit MouseMove(ButtonCode(event->buttons()), ShiftCode(event->modifiers()), at.x(), at.y());
+  if (image_->isVisible()) image_->Picture().MouseMove(at - image_->pos(), event->buttons() & Qt::LeftButton);
 }
 
 void ctlDSPlayer::mouseReleaseEvent(QMouseEvent* event) {
   if (!enabled_) return;
   const QPoint at = event->position().toPoint();
   emit MouseUp(ButtonCode(event->button()), ShiftCode(event->modifiers()), at.x(), at.y());
+  image_->Picture().MouseRelease(at - image_->pos());
   if (rect().contains(at)) emit Click();
 }
 

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "player/MpvSession.h"
+#include "player/PlayerPicture.h"
 
 #include <QElapsedTimer>
 #include <QPointer>
@@ -23,6 +24,10 @@ namespace zel {
 
 class DialogChooser;
 class MpvVideoWidget;
+class PlayerPictureLayer;
+class PlayerStatusBar;
+class PlayerSubtitleLayer;
+class SubtitleOverlay;
 
 // 0 closed, 1 playing, 2 paused, 3 opened and not yet started.
 enum class PlayerStatus : int { Closed = 0, Playing = 1, Paused = 2, Opened = 3 };
@@ -46,7 +51,7 @@ struct VideoPlacement {
 VideoPlacement PlaceVideo(PlayerAspect aspect, double W, double H, double w, double h);
 
 // The parts that a player hosts beside playback, each its own class: the
-// status bar strip, the picture layer, the text overlay. The control calls
+// picture layer, the text overlay, and whatever a host adds. The control calls
 // them at its fixed points; every call has an empty default.
 class PlayerPart {
  public:
@@ -56,7 +61,7 @@ class PlayerPart {
   // CloseFile step 1, whether a file is open or not (DefaultImage and the
   // picture), and step 4 (the subtitle table, the current line).
   virtual void Closing() {}
-  // Each tick that repaints the status bar.
+  // Each repaint of the status bar, the tick's among them.
   virtual void Ticked() {}
 };
 
@@ -117,15 +122,17 @@ class ctlDSPlayer : public QWidget {
   int Aspect() const { return static_cast<int>(aspect_); }
   void SetAspect(int aspect);
   bool Enabled() const { return enabled_; }
-  void SetEnabled(bool v) { enabled_ = v; }
+  void SetEnabled(bool v);
   bool Refresh() const { return refresh_; }
   void SetRefresh(bool v);
   bool ShowFFT() const { return showFFT_; }
   void SetShowFFT(bool v) { showFFT_ = v; }
-  bool AllowChangePosition() const { return allowChangePosition_; }
-  void SetAllowChangePosition(bool v) { allowChangePosition_ = v; }
+  bool AllowChangePosition() const;
+  void SetAllowChangePosition(bool v);
   bool AllowLoadSubtitle() const { return allowLoadSubtitle_; }
-  void SetAllowLoadSubtitle(bool v) { allowLoadSubtitle_ = v; }
+  // Turned on with a file open, the search runs at once; turned off, the
+  // table is erased.
+  void SetAllowLoadSubtitle(bool v);
   bool MoveParent() const { return moveParent_; }
   void SetMoveParent(bool v) { moveParent_ = v; }
   int OLEDropMode() const { return oleDropMode_; }
@@ -154,27 +161,31 @@ class ctlDSPlayer : public QWidget {
   int TagTrack() const { return tagTrack_; }
   // Left, top, width, height in control coordinates; empty when closed.
   std::array<int, 4> VideoRect() const { return videoRect_; }
-  bool SubtitleLoaded() const { return subtitleLoaded_; }
-  void SetSubtitleLoaded(bool v) { subtitleLoaded_ = v; }
+  bool SubtitleLoaded() const;
 
-  // ---- Shared with the status bar: its size and faces, and the marks ----
-  int StatusBarHeight() const { return statusBarHeight_; }
+  // ---- The status bar's size, faces and marks: the bar holds them, the
+  // control's properties pass through to it ----
+  int StatusBarHeight() const;
   void SetStatusBarHeight(int v);
-  int StatusBarDefaultMode() const { return statusBarDefaultMode_; }
+  int StatusBarDefaultMode() const;
   void SetStatusBarDefaultMode(int v);
-  int StatusBarCurrentMode() const { return statusBarCurrentMode_; }
+  int StatusBarCurrentMode() const;
   void SetStatusBarCurrentMode(int v);
   // Seconds after which a temporary face gives way; a negative value is refused.
-  int StatusBarAutoRecovery() const { return statusBarAutoRecovery_; }
-  void SetStatusBarAutoRecovery(int v) { if (v >= 0) statusBarAutoRecovery_ = v; }
-  QString InfoBarString() const { return infoBarString_; }
+  int StatusBarAutoRecovery() const;
+  void SetStatusBarAutoRecovery(int v);
+  QString InfoBarString() const;
   void SetInfoBarString(const QString& text);
-  double SetTagStart() const { return setTagStart_; }
+  double SetTagStart() const;
   void SetSetTagStart(double v);
-  double SetTagEnd() const { return setTagEnd_; }
+  double SetTagEnd() const;
   void SetSetTagEnd(double v);
-  int SetTagPart() const { return setTagPart_; }
-  void SetSetTagPart(int v) { setTagPart_ = v; }
+  int SetTagPart() const;
+  void SetSetTagPart(int v);
+  // The player's and its bar's look; style 27 turns the border off, and no
+  // other style turns it on again.
+  int Style() const;
+  void SetStyle(int style);
   // The side panel of the media facts takes MediaInfoWidth from the video's
   // width while ShowMediaInfo is set and the control is wider than it.
   bool ShowMediaInfo() const { return showMediaInfo_; }
@@ -182,13 +193,23 @@ class ctlDSPlayer : public QWidget {
   int MediaInfoWidth() const { return mediaInfoWidth_; }
   void SetMediaInfoWidth(int v);
 
-  // ---- Where the other parts plug in ----
-  // The strip along the lower edge, StatusBarHeight tall, full width.
-  void SetStatusBarWidget(QWidget* bar);
-  // Covers the video rectangle above the picture (the subtitle line).
-  void SetOverlayWidget(QWidget* overlay);
-  // Fills the area above the status bar, under the video (pictures, covers).
-  void SetImageWidget(QWidget* image);
+  // ---- Pictures: the default image, the cover of an audio file, screenshots ----
+  QString DefaultImage() const;
+  void SetDefaultImage(const QString& fileName);
+  // The picture on show: the video frame at its own size, else what the
+  // picture layer shows.
+  QImage ShownFrame() const;
+  // Writes the picture on show with its texts beside the source (or into
+  // `folder`) as `suffix`, under a free name, and raises ImageGrabbed; the
+  // name written, or "" when nothing was.
+  QString Screenshot(const QString& folder = {}, const QString& suffix = QStringLiteral("jpg"),
+                     const ScreenshotTexts& texts = {});
+
+  // ---- The parts: the bar along the lower edge, the picture layer under the
+  // video, the subtitle over it; a host may add parts of its own ----
+  PlayerStatusBar& StatusBar() const { return *bar_; }
+  PlayerPicture& Picture() const;
+  SubtitleOverlay& Subtitle() const;
   void AddPart(PlayerPart* part);
   void SetChooser(DialogChooser* chooser) { chooser_ = chooser; }
   // The live session (nullptr while closed), for the parts that ask mpv for
@@ -277,6 +298,7 @@ class ctlDSPlayer : public QWidget {
   void Repaint(const char* reason);
   void Retire();
   void LayoutParts();
+  void ConnectBar();
   void JumpBy(double seconds);
   void DebugWord(const char* word);
   void WatchTopLevel();
@@ -288,7 +310,9 @@ class ctlDSPlayer : public QWidget {
   // A closed file whose sound still fades out before its handle goes.
   std::unique_ptr<MpvSession> retiring_;
   MpvVideoWidget* video_ = nullptr;
-  QPointer<QWidget> statusBar_, overlay_, image_;
+  PlayerStatusBar* bar_ = nullptr;
+  PlayerPictureLayer* image_ = nullptr;
+  PlayerSubtitleLayer* overlay_ = nullptr;
   std::vector<PlayerPart*> parts_;
   DialogChooser* chooser_ = nullptr;
   QTimer tmrPlayTimer;
@@ -310,7 +334,7 @@ class ctlDSPlayer : public QWidget {
   float timeJumpValue_ = 1;
   QString suffixChange_;
   PlayerAspect aspect_ = PlayerAspect::Fit;
-  bool enabled_ = true, refresh_ = true, showFFT_ = false, allowChangePosition_ = true;
+  bool enabled_ = true, refresh_ = true, showFFT_ = false;
   bool allowLoadSubtitle_ = true, moveParent_ = false, showBorder_ = false;
   int oleDropMode_ = 0;
   int openTimeLimit_ = 10000;
@@ -321,13 +345,7 @@ class ctlDSPlayer : public QWidget {
   QString tagTitle_, tagArtist_, tagAlbum_, tagComment_;
   int tagYear_ = 0, tagGenre_ = -1, tagTrack_ = 0;
   std::array<int, 4> videoRect_{};
-  bool subtitleLoaded_ = false;
 
-  int statusBarHeight_ = 17, statusBarDefaultMode_ = 0, statusBarCurrentMode_ = 0, statusBarAutoRecovery_ = 5;
-  int recoveryCounter_ = 0;
-  QString infoBarString_;
-  double setTagStart_ = 0, setTagEnd_ = 0;
-  int setTagPart_ = 0;
   bool showMediaInfo_ = false;
   int mediaInfoWidth_ = 0;
 
