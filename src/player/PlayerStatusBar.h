@@ -83,6 +83,7 @@ class PlayerStatusBar : public QWidget {
   void SetAudioVolume(double percent) { volume_ = percent, update(); }
   void SetSpeed(double rate) { speed_ = rate, update(); }
   void SetSubtitleLine(const QString& line) { subtitleLine_ = line, update(); }
+  const QString& SubtitleLine() const { return subtitleLine_; }
   void SetSubtitleLoaded(bool v) { subtitleLoaded_ = v; }
   // False: nothing is painted and mark writes raise no progress.
   void SetRefresh(bool v);

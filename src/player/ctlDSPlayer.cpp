@@ -215,6 +215,7 @@ bool ctlDSPlayer::OpenFile(const QString& fileName) {
     Play();
   } else {
     status_ = PlayerStatus::Paused;
+    bar_->SetPlayback(Position(), duration_, static_cast<int>(status_));
   }
   return true;
 }
@@ -736,6 +737,8 @@ QImage ctlDSPlayer::ShownFrame() const {
     if (frame.isNull() && video_ != nullptr) frame = video_->grabFramebuffer();
     return frame;
   }
+  // The picture follows the layer's size on its next paint; a shot may come first.
+  image_->Picture().Resize(image_->size());
   return image_->Picture().Screen();
 }
 
@@ -748,6 +751,7 @@ QString ctlDSPlayer::Screenshot(const QString& folder, const QString& suffix, co
   // Never over a file that is there already, the source least of all.
   if (QFileInfo::exists(name)) name = RenameExists(name);
   const QImage shot = ScreenshotImage(frame, S(source), Position(), duration_, texts);
+  QDir().mkpath(QFileInfo(name).absolutePath());
   if (!SaveScreenshot(shot, S(name))) return {};
   emit ImageGrabbed(name, shot.width(), shot.height());
   return name;

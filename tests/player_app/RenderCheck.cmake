@@ -1,31 +1,52 @@
-# The picture check of the player on a virtual display: the frame at 2 s that
-# zel-player draws, against ffmpeg's frame at 2 s, by the mean difference of
-# their luma (0..255). Run by ctest with PLAYER, XVFB_RUN, FFMPEG and WORK set.
+# The picture checks of the player on a virtual display, by the mean difference
+# of luma (0..255) between what zel-player shows and what it should show: the
+# frame at 2 s against ffmpeg's frame at 2 s, and an MP3's embedded cover
+# against the cover itself. Run by ctest with PLAYER, XVFB_RUN, FFMPEG and WORK set.
 file(MAKE_DIRECTORY "${WORK}")
+
+function(run what)
+  execute_process(COMMAND ${ARGN} RESULT_VARIABLE rc ERROR_VARIABLE err)
+  if(NOT rc EQUAL 0)
+    message(FATAL_ERROR "${what} failed (${rc})\n${err}")
+  endif()
+endfunction()
+
+# Shows FILE at 2 s in zel-player and compares the shot, cut by SHOT_FILTER,
+# with REFERENCE cut by REFERENCE_FILTER.
+function(check_shot name file reference shot_filter reference_filter limit)
+  execute_process(COMMAND "${XVFB_RUN}" -a -s "-screen 0 1280x720x24" env QT_QPA_PLATFORM=xcb
+                          "${PLAYER}" --shot "${WORK}/shot ${name}.png" --at 2 "${file}"
+                  RESULT_VARIABLE rc TIMEOUT 60)
+  if(NOT rc EQUAL 0)
+    message(FATAL_ERROR "zel-player wrote no picture of the ${name} (${rc})")
+  endif()
+  execute_process(COMMAND "${FFMPEG}" -v info -nostdin -i "${WORK}/shot ${name}.png" -i "${reference}"
+                          -filter_complex "[0]${shot_filter}[a];[1]${reference_filter}[b];[a][b]blend=all_mode=difference,format=gray,signalstats,metadata=print:key=lavfi.signalstats.YAVG"
+                          -f null -
+                  ERROR_VARIABLE log RESULT_VARIABLE rc)
+  string(REGEX MATCH "YAVG=([0-9.]+)" found "${log}")
+  if(NOT found)
+    message(FATAL_ERROR "no difference measured for the ${name}: the pictures differ in size or did not load\n${log}")
+  endif()
+  message(STATUS "${name}: mean luma difference ${CMAKE_MATCH_1}")
+  if(CMAKE_MATCH_1 GREATER ${limit})
+    message(FATAL_ERROR "the ${name} shown differs from the expected picture by ${CMAKE_MATCH_1}")
+  endif()
+endfunction()
+
 set(clip "${WORK}/render clip.mp4")
-execute_process(COMMAND "${FFMPEG}" -v error -nostdin -y -f lavfi -i testsrc=size=320x240:rate=25:duration=4
-                        -pix_fmt yuv420p -c:v mpeg4 -q:v 2 "${clip}"
-                RESULT_VARIABLE rc)
-if(NOT rc EQUAL 0)
-  message(FATAL_ERROR "ffmpeg could not make the clip")
-endif()
-execute_process(COMMAND "${XVFB_RUN}" -a -s "-screen 0 1280x720x24" env QT_QPA_PLATFORM=xcb
-                        "${PLAYER}" --shot "${WORK}/shot.png" --at 2 "${clip}"
-                RESULT_VARIABLE rc TIMEOUT 60)
-if(NOT rc EQUAL 0)
-  message(FATAL_ERROR "zel-player wrote no picture (${rc})")
-endif()
-execute_process(COMMAND "${FFMPEG}" -v error -nostdin -y -ss 2 -i "${clip}" -frames:v 1 -vf scale=640:480
-                        "${WORK}/reference.png" RESULT_VARIABLE rc)
-execute_process(COMMAND "${FFMPEG}" -v info -nostdin -i "${WORK}/shot.png" -i "${WORK}/reference.png"
-                        -filter_complex "[0][1]blend=all_mode=difference,format=gray,signalstats,metadata=print:key=lavfi.signalstats.YAVG"
-                        -f null -
-                ERROR_VARIABLE log RESULT_VARIABLE rc)
-string(REGEX MATCH "YAVG=([0-9.]+)" found "${log}")
-if(NOT found)
-  message(FATAL_ERROR "no difference measured: the pictures differ in size or did not load\n${log}")
-endif()
-message(STATUS "mean luma difference ${CMAKE_MATCH_1}")
-if(CMAKE_MATCH_1 GREATER 5)
-  message(FATAL_ERROR "the drawn frame differs from ffmpeg's frame at 2 s by ${CMAKE_MATCH_1}")
-endif()
+run("the clip" "${FFMPEG}" -v error -nostdin -y -f lavfi -i testsrc=size=320x240:rate=25:duration=4
+    -pix_fmt yuv420p -c:v mpeg4 -q:v 2 "${clip}")
+run("the reference frame" "${FFMPEG}" -v error -nostdin -y -ss 2 -i "${clip}" -frames:v 1 -vf scale=640:480
+    "${WORK}/reference.png")
+check_shot(frame "${clip}" "${WORK}/reference.png" null null 5)
+
+# The cover fills the picture area of 640x480 at the default zoom of 0.95,
+# centred: 608x456. The middle 400x300 of both is compared, away from the
+# background around it.
+set(song "${WORK}/covered song.mp3")
+run("the cover" "${FFMPEG}" -v error -nostdin -y -f lavfi -i testsrc=size=640x480:rate=1 -frames:v 1
+    "${WORK}/cover.png")
+run("the song" "${FFMPEG}" -v error -nostdin -y -f lavfi -i sine=duration=4 -i "${WORK}/cover.png"
+    -map 0 -map 1 -c:a libmp3lame -c:v copy -id3v2_version 3 "${song}")
+check_shot(cover "${song}" "${WORK}/cover.png" "crop=400:300" "scale=608:456,crop=400:300" 5)

@@ -1,8 +1,16 @@
 // zel-player FILE: one player control in a window, playing FILE, to try the
-// player by hand. With --shot OUT.png --at SECONDS it pauses at that time,
-// writes the picture the control shows and ends (the rendering check).
+// player by hand: its status bar with the time marks, pictures and covers, and
+// the subtitle beside the file. Space pauses and resumes, "[" and "]" set the
+// marks at the position, Backspace clears them. With --shot OUT.png --at
+// SECONDS it pauses at that time, writes the picture the control shows (the
+// video, or the cover of an audio file) and ends (the rendering check).
+#include "controls/Accessibility.h"
 #include "controls/FontText.h"
+#include "controls/Theme.h"
 #include "player/MpvVideoWidget.h"
+#include "player/PlayerAccessibility.h"
+#include "player/PlayerPicture.h"
+#include "player/PlayerStatusBar.h"
 #include "player/ctlDSPlayer.h"
 
 #include <QApplication>
@@ -19,6 +27,8 @@ int main(int argc, char** argv) {
   QApplication app(argc, argv);
   std::setlocale(LC_NUMERIC, "C");
   zel::InstallFontFallbacks();
+  zel::InstallAccessibility();
+  zel::InstallPlayerAccessibility();
 
   QCommandLineParser parser;
   parser.addHelpOption();
@@ -36,6 +46,20 @@ int main(int argc, char** argv) {
   window.setCentralWidget(player);
   window.resize(640, 497);
   window.setWindowTitle(file);
+  zel::PlayerStatusBar& bar = player->StatusBar();
+  bar.SetSetTagEnabled(true);
+  bar.SetStatusBarSubtitleSupported(true);
+  zel::ApplyPlayerTheme(*player, zel::ReadThemeSettings());
+  QObject::connect(player, &zel::ctlDSPlayer::KeyDown, [player](int key, int) {
+    if (player->Status() == 0) return;
+    if (key == Qt::Key_Space) player->SetPause(player->Status() == 1);
+    if (key == Qt::Key_BracketLeft) player->SetSetTagStart(player->Position());
+    if (key == Qt::Key_BracketRight) player->SetSetTagEnd(player->Position());
+    if (key == Qt::Key_Backspace) {
+      player->SetSetTagStart(0);
+      player->SetSetTagEnd(0);
+    }
+  });
   window.show();
 
   const bool shooting = parser.isSet(shot);
@@ -54,11 +78,12 @@ int main(int argc, char** argv) {
   QTimer poll;
   QObject::connect(&poll, &QTimer::timeout, [&] {
     waited += 50;
-    if (std::abs(player->Position() - wanted) < 0.05) settled += 50;
+    if (std::abs(player->Position() - wanted) < 0.05 && !player->Picture().Transitioning()) settled += 50;
     // Some more turns of the event loop after the seek, so that its frame is
     // drawn before the grab.
     if (settled < 300 && waited < 10000) return;
-    const QImage picture = player->VideoWidget()->grabFramebuffer();
+    const bool video = player->MediaWidth() > 0 || player->MediaHeight() > 0;
+    const QImage picture = video ? player->VideoWidget()->grabFramebuffer() : player->Picture().Screen();
     code = settled >= 300 && picture.save(parser.value(shot)) ? 0 : 1;
     app.quit();
   });

@@ -1,0 +1,221 @@
+// The player as one control on headless mpv: a drag on its bar reaching the
+// control's marks and events, the subtitle beside a clip reaching the bar, the
+// picture an audio file shows, screenshots, the accessible player and bar, and
+// the theme's pass over a window's players.
+#include "player/PlayerAccessibility.h"
+#include "player/PlayerStatusBar.h"
+#include "player/PlayerStrings.h"
+#include "player/SubtitleOverlay.h"
+#include "player/ctlDSPlayer.h"
+#include "controls/QtText.h"
+#include "support/TestSupport.h"
+
+#include <QAccessible>
+#include <QAccessibleActionInterface>
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QFileInfo>
+#include <QMouseEvent>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <functional>
+
+namespace zel {
+namespace {
+
+bool WaitFor(const std::function<bool()>& done, int ms = 10000) {
+  QElapsedTimer clock;
+  clock.start();
+  while (!done()) {
+    if (clock.elapsed() > ms) return false;
+    QTest::qWait(5);
+  }
+  return true;
+}
+
+class PlayerPartsTest : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    dir_ = new test::TempDir;
+    test::MakeClip(*dir_ / "clip.mp4", 4);
+  }
+  static void TearDownTestSuite() { delete dir_; }
+  static QString At(const std::string& name) { return Q(*dir_ / name); }
+  static inline test::TempDir* dir_ = nullptr;
+};
+
+TEST_F(PlayerPartsTest, ADragOnTheBarMovesTheControlsMarksAndRaisesItsEvents) {
+  struct Case {
+    const char* name;
+    Qt::KeyboardModifiers mods;
+    std::vector<std::string> events;
+    double position;  // where the picture stands after the drag
+  };
+  // The bar is 320 wide on a 4 s clip: 80 pixels a second, at y 240 of the control.
+  const Case cases[] = {
+      {"start mark to 2 s", {}, {"Down 80,248", "Update 2-3", "Up 160,248", "TagsChanged"}, 2.0},
+      {"with Ctrl the picture stays", Qt::ControlModifier, {"Down 80,248", "Up 160,248", "TagsChanged"}, 0.0},
+  };
+  for (const Case& c : cases) {
+    ctlDSPlayer player(nullptr, MpvOutput::Headless);
+    player.resize(320, 257);
+    player.StatusBar().SetSetTagEnabled(true);
+    player.SetPause(true);
+    ASSERT_TRUE(player.OpenFile(At("clip.mp4")));
+    std::vector<std::string> events;
+    QObject::connect(&player, &ctlDSPlayer::PlaybackUpdate, [&](double, double, int, double a, double b) {
+      events.push_back("Update " + QString::number(a).toStdString() + "-" + QString::number(b).toStdString());
+    });
+    QObject::connect(&player, &ctlDSPlayer::TagsChanged, [&] { events.push_back("TagsChanged"); });
+    auto mouse = [&](const char* word) {
+      return [&events, word](int, int, int x, int y) {
+        events.push_back(std::string(word) + " " + std::to_string(x) + "," + std::to_string(y));
+      };
+    };
+    QObject::connect(&player, &ctlDSPlayer::MouseDown, mouse("Down"));
+    QObject::connect(&player, &ctlDSPlayer::MouseUp, mouse("Up"));
+    player.SetSetTagStart(1);
+    player.SetSetTagEnd(3);
+    EXPECT_EQ(events, (std::vector<std::string>{"Update 1-0", "TagsChanged", "Update 1-3", "TagsChanged"}));
+    events.clear();
+
+    PlayerStatusBar* bar = &player.StatusBar();
+    QTest::mousePress(bar, Qt::LeftButton, c.mods, {80, 8});
+    QMouseEvent move(QEvent::MouseMove, QPointF(160, 8), bar->mapToGlobal(QPointF(160, 8)), Qt::NoButton,
+                     Qt::LeftButton, c.mods);
+    QApplication::sendEvent(bar, &move);
+    QTest::mouseRelease(bar, Qt::LeftButton, c.mods, {160, 8});
+    EXPECT_EQ(events, c.events) << c.name;
+    EXPECT_DOUBLE_EQ(player.SetTagStart(), 2.0) << c.name;
+    EXPECT_TRUE(WaitFor([&] { return std::abs(player.Position() - c.position) < 0.05; })) << c.name;
+
+    events.clear();
+    player.CloseFile();  // the marks go without a TagsChanged
+    EXPECT_EQ(player.SetTagStart() + player.SetTagEnd(), 0);
+    EXPECT_EQ(events, std::vector<std::string>{"Update 0-0"});
+  }
+}
+
+TEST_F(PlayerPartsTest, TheSubtitleBesideTheClipReachesTheBarWhilePlaying) {
+  std::ofstream(*dir_ / "clip.srt") << "1\n00:00:00,300 --> 00:00:03,800\n你好\n\n";
+  for (const bool allow : {true, false}) {
+    ctlDSPlayer player(nullptr, MpvOutput::Headless);
+    player.SetAllowLoadSubtitle(allow);
+    ASSERT_TRUE(player.OpenFile(At("clip.mp4")));
+    EXPECT_EQ(player.SubtitleLoaded(), allow);
+    const bool shown = WaitFor([&] { return player.StatusBar().SubtitleLine() == "你好"; }, allow ? 10000 : 1500);
+    EXPECT_EQ(shown, allow);
+    // Allowed late, the search runs at once.
+    player.SetAllowLoadSubtitle(true);
+    EXPECT_TRUE(player.SubtitleLoaded());
+    player.CloseFile();
+    EXPECT_FALSE(player.SubtitleLoaded());
+    EXPECT_EQ(player.StatusBar().SubtitleLine(), "");
+  }
+  std::remove((*dir_ / "clip.srt").c_str());
+}
+
+TEST_F(PlayerPartsTest, WhatTheControlShowsAndItsScreenshots) {
+  const std::string sine = *dir_ / "sine.mp3";
+  ASSERT_EQ(test::Run({test::ToolPath("ffmpeg"), "-v", "error", "-y", "-f", "lavfi", "-i", "sine=d=2", sine}).exitCode, 0);
+  for (const auto& [name, colour] : {std::pair{"red.png", Qt::red}, {"bare.png", Qt::blue}}) {
+    QImage picture(64, 48, QImage::Format_RGB32);
+    picture.fill(colour);
+    ASSERT_TRUE(picture.save(At(name)));
+  }
+  ASSERT_EQ(test::Run({test::ToolPath("ffmpeg"), "-v", "error", "-y", "-i", sine, "-i", *dir_ / "red.png", "-map",
+                       "0", "-map", "1", "-c", "copy", "-id3v2_version", "3", *dir_ / "covered.mp3"})
+                .exitCode,
+            0);
+  std::filesystem::copy_file(sine, *dir_ / "bare.mp3");  // bare.png stands beside it
+
+  struct Case {
+    const char* file;
+    QColor centre;  // of the picture on show; invalid for the video frame
+    QString label;
+    QSize shot;
+  };
+  const Case cases[] = {
+      {"covered.mp3", Qt::red, Q(StrPictureAlbumArt), {320, 240}},
+      {"bare.mp3", Qt::blue, "", {320, 240}},
+      {"clip.mp4", QColor(), "", {160, 120}},  // mpv's own frame, at the video's size
+  };
+  for (const Case& c : cases) {
+    ctlDSPlayer player(nullptr, MpvOutput::Headless);
+    player.resize(320, 257);
+    player.SetPause(true);
+    ASSERT_TRUE(player.OpenFile(At(c.file))) << c.file;
+    EXPECT_EQ(player.Picture().HasPicture(), c.centre.isValid()) << c.file;
+    EXPECT_EQ(player.Picture().PictureLabel(), c.label) << c.file;
+    EXPECT_TRUE(WaitFor([&] { return !player.Picture().Transitioning(); }));
+    const QImage shown = player.ShownFrame();
+    ASSERT_EQ(shown.size(), c.shot) << c.file;
+    if (c.centre.isValid()) EXPECT_EQ(shown.pixelColor(160, 120), c.centre) << c.file;
+
+    std::vector<std::string> grabbed;
+    QObject::connect(&player, &ctlDSPlayer::ImageGrabbed, [&](QString file, int w, int h) {
+      grabbed.push_back(S(QFileInfo(file).fileName()) + " " + std::to_string(w) + "x" + std::to_string(h));
+    });
+    const QString shot = player.Screenshot(At("shots"), "png");
+    const std::string base = QFileInfo(At(c.file)).completeBaseName().toStdString();
+    EXPECT_EQ(grabbed, std::vector<std::string>{base + "_00-00-00.000.png " + std::to_string(c.shot.width()) +
+                                                "x" + std::to_string(c.shot.height())});
+    EXPECT_EQ(QImage(shot).size(), c.shot);
+    // A second shot at the same time takes a free name.
+    EXPECT_NE(player.Screenshot(At("shots"), "png"), shot);
+    player.CloseFile();
+    EXPECT_FALSE(player.Picture().HasPicture());
+  }
+}
+
+TEST_F(PlayerPartsTest, ScreenReadersSeeThePlayerAndItsBarAndPlayAndPause) {
+  InstallPlayerAccessibility();
+  ctlDSPlayer player(nullptr, MpvOutput::Headless);
+  player.SetPause(true);
+  ASSERT_TRUE(player.OpenFile(At("clip.mp4")));
+  QAccessibleInterface* face = QAccessible::queryAccessibleInterface(&player);
+  ASSERT_NE(face, nullptr);
+  EXPECT_EQ(face->role(), QAccessible::Animation);
+  EXPECT_EQ(face->text(QAccessible::Name), "clip.mp4");
+  EXPECT_EQ(face->text(QAccessible::Value), player.StatusBar().TimeText());
+  QAccessibleInterface* bar = QAccessible::queryAccessibleInterface(&player.StatusBar());
+  ASSERT_NE(bar, nullptr);
+  EXPECT_EQ(bar->role(), QAccessible::Slider);
+  EXPECT_EQ(bar->parent()->object(), &player);
+
+  QAccessibleActionInterface* actions = face->actionInterface();
+  ASSERT_NE(actions, nullptr);
+  EXPECT_TRUE(actions->actionNames().contains(Q(StrPlayerPlay)));
+  actions->doAction(Q(StrPlayerPlay));
+  EXPECT_EQ(player.Status(), 1);
+  EXPECT_TRUE(actions->actionNames().contains(Q(StrPlayerPause)));
+  actions->doAction(Q(StrPlayerPause));
+  EXPECT_EQ(player.Status(), 2);
+}
+
+TEST(PlayerTheme, StyleTwentySevenTakesTheBorderAwayForGood) {
+  QWidget window;
+  auto* player = new ctlDSPlayer(&window, MpvOutput::Headless);
+  player->SetShowBorder(true);
+  struct Case {
+    int style;
+    int32_t color;
+  };
+  for (const Case& c : {Case{27, 0x336699}, Case{26, kNoColor}, Case{5, kNoColor}}) {
+    ThemeSettings theme;
+    theme.style = c.style;
+    theme.color = c.color;
+    ApplyTheme(&window, theme, PlayerThemeHooks(&window));
+    EXPECT_EQ(player->Style(), c.style);
+    EXPECT_EQ(player->StatusBar().Style(), c.style);
+    EXPECT_FALSE(player->ShowBorder()) << c.style;
+    EXPECT_EQ(player->StatusBar().BarColor(), FaceColorFor(theme)) << c.style;
+    EXPECT_TRUE(player->Refresh());
+  }
+}
+
+}  // namespace
+}  // namespace zel
