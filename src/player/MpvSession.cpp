@@ -21,6 +21,8 @@ constexpr Option kCommon[] = {
     {"idle", "yes"},        {"hr-seek", "yes"},      {"volume-max", "100"}, {"cover-art-auto", "no"},
     // An embedded cover is not a video: the control shows it as the file's picture.
     {"audio-display", "no"},
+    // The subtitle file beside the medium is the control's own overlay.
+    {"sub-auto", "no"},
 };
 constexpr Option kVideo[] = {{"vo", "libmpv"}};
 constexpr Option kHeadless[] = {{"vo", "null"}, {"ao", "null"}, {"hwdec", "no"}, {"gpu-hwdec-interop", "no"}};

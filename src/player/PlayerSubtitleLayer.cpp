@@ -12,6 +12,10 @@ PlayerSubtitleLayer::PlayerSubtitleLayer(ctlDSPlayer& player) : QWidget(&player)
   setAttribute(Qt::WA_TransparentForMouseEvents);
   setAttribute(Qt::WA_NoSystemBackground);
   setAttribute(Qt::WA_TranslucentBackground);
+  // Readable over a picture without ZoomText, which scales with the video.
+  QFont face = font();
+  face.setPixelSize(20);
+  setFont(face);
 }
 
 void PlayerSubtitleLayer::Load() {
@@ -36,7 +40,10 @@ void PlayerSubtitleLayer::TellBar() {
 }
 
 void PlayerSubtitleLayer::Ticked() {
-  if (!overlay_.SubtitleLoaded() || !overlay_.Update(player_.Position())) return;
+  // While the tick runs mpv's clock is current; a player at rest was last
+  // moved by a seek mpv may not have made yet, whose target the bar holds.
+  const double at = player_.TickInterval() > 0 ? player_.Position() : player_.StatusBar().Position();
+  if (!overlay_.SubtitleLoaded() || !overlay_.Update(at)) return;
   player_.StatusBar().SetSubtitleLine(Q(overlay_.CurrentLine()));
   update();
 }

@@ -447,16 +447,24 @@ void ctlDSPlayer::SetPosition(double seconds) {
   }
   position_ = x;
   if (session_ != nullptr) session_->SeekAbsolute(x);
+  ShowSeek(x);
   if (!tmrPlayTimer.isActive() && refresh_ &&
       (status_ == PlayerStatus::Playing || status_ == PlayerStatus::Paused)) {
     RepaintBar();
   }
 }
 
+// mpv tells the new time only once the seek is done: the bar shows its target
+// meanwhile, so that a paused player does not keep showing the old time.
+void ctlDSPlayer::ShowSeek(double seconds) {
+  if (status_ != PlayerStatus::Closed) bar_->SetPlayback(seconds, duration_, static_cast<int>(status_));
+}
+
 void ctlDSPlayer::SetPositionStart(double seconds) {
   positionStart_ = seconds;
   if (session_ == nullptr) return;
   session_->SeekAbsolute(seconds);
+  ShowSeek(seconds);
   RepaintBar();
   session_->SetFlag("pause", true);
 }
@@ -465,6 +473,7 @@ void ctlDSPlayer::SetPositionEnd(double seconds) {
   positionEnd_ = seconds;
   if (session_ == nullptr) return;
   session_->SeekAbsolute(seconds);
+  ShowSeek(seconds);
   RepaintBar();
   session_->SetFlag("pause", true);
 }

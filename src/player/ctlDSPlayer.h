@@ -300,6 +300,7 @@ class ctlDSPlayer : public QWidget {
   void LayoutParts();
   void ConnectBar();
   void JumpBy(double seconds);
+  void ShowSeek(double seconds);
   void DebugWord(const char* word);
   void WatchTopLevel();
   QRect AreaRect() const;

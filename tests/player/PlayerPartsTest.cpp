@@ -115,6 +115,13 @@ TEST_F(PlayerPartsTest, TheSubtitleBesideTheClipReachesTheBarWhilePlaying) {
     EXPECT_FALSE(player.SubtitleLoaded());
     EXPECT_EQ(player.StatusBar().SubtitleLine(), "");
   }
+  // At rest the bar shows a seek's target and its line at once, before mpv gets there.
+  ctlDSPlayer rest(nullptr, MpvOutput::Headless);
+  rest.SetPause(true);
+  ASSERT_TRUE(rest.OpenFile(At("clip.mp4")));
+  rest.SetPosition(2.0);
+  EXPECT_EQ(rest.StatusBar().Position(), 2.0);
+  EXPECT_EQ(rest.StatusBar().SubtitleLine(), "你好");
   std::remove((*dir_ / "clip.srt").c_str());
 }
 
