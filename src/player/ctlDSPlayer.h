@@ -196,8 +196,8 @@ class ctlDSPlayer : public QWidget {
   // ---- Pictures: the default image, the cover of an audio file, screenshots ----
   QString DefaultImage() const;
   void SetDefaultImage(const QString& fileName);
-  // The picture on show: the video frame at its own size, else what the
-  // picture layer shows.
+  // The picture on show: the video frame at its own size (null until mpv's
+  // first frame reached its output), else what the picture layer shows.
   QImage ShownFrame() const;
   // Writes the picture on show with its texts beside the source (or into
   // `folder`) as `suffix`, under a free name, and raises ImageGrabbed; the

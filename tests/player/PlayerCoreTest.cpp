@@ -4,6 +4,7 @@
 #include "player/ctlDSPlayer.h"
 #include "player/PlayerStrings.h"
 #include "support/TestSupport.h"
+#include "PlayerWait.h"
 
 #include <QElapsedTimer>
 #include <QFile>
@@ -20,15 +21,7 @@
 namespace zel {
 namespace {
 
-bool WaitFor(const std::function<bool()>& done, int ms = 20000) {
-  QElapsedTimer clock;
-  clock.start();
-  while (!done()) {
-    if (clock.elapsed() > ms) return false;
-    QTest::qWait(5);
-  }
-  return true;
-}
+using test::WaitFor;
 
 class PlayerCoreTest : public ::testing::Test {
  protected:

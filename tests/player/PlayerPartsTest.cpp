@@ -9,6 +9,7 @@
 #include "player/ctlDSPlayer.h"
 #include "controls/QtText.h"
 #include "support/TestSupport.h"
+#include "PlayerWait.h"
 
 #include <QAccessible>
 #include <QAccessibleActionInterface>
@@ -26,15 +27,7 @@
 namespace zel {
 namespace {
 
-bool WaitFor(const std::function<bool()>& done, int ms = 10000) {
-  QElapsedTimer clock;
-  clock.start();
-  while (!done()) {
-    if (clock.elapsed() > ms) return false;
-    QTest::qWait(5);
-  }
-  return true;
-}
+using test::WaitFor;
 
 class PlayerPartsTest : public ::testing::Test {
  protected:
@@ -157,7 +150,8 @@ TEST_F(PlayerPartsTest, WhatTheControlShowsAndItsScreenshots) {
     ASSERT_TRUE(player.OpenFile(At(c.file))) << c.file;
     EXPECT_EQ(player.Picture().HasPicture(), c.centre.isValid()) << c.file;
     EXPECT_EQ(player.Picture().PictureLabel(), c.label) << c.file;
-    EXPECT_TRUE(WaitFor([&] { return !player.Picture().Transitioning(); }));
+    // mpv hands out a frame once its first one reached the output.
+    EXPECT_TRUE(WaitFor([&] { return !player.Picture().Transitioning() && !player.ShownFrame().isNull(); }));
     const QImage shown = player.ShownFrame();
     ASSERT_EQ(shown.size(), c.shot) << c.file;
     if (c.centre.isValid()) EXPECT_EQ(shown.pixelColor(160, 120), c.centre) << c.file;
