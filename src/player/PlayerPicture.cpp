@@ -3,8 +3,8 @@
 
 #include "controls/QtText.h"
 #include "controls/Theme.h"
+#include "player/PlayerMarks.h"
 #include "player/PlayerStrings.h"
-#include "subtitles/TimeNotation.h"
 
 #include <QDateTime>
 #include <QFileInfo>
@@ -416,7 +416,7 @@ void PlayerPicture::Paint(QPainter& painter, const QRect& rect) {
 
 namespace {
 
-QString TimeText(double seconds) { return Q(FormatMSecs(seconds * 1000, kNotationDotMs)); }
+QString TimeText(double seconds) { return Q(BarTime(seconds)); }
 
 }  // namespace
 

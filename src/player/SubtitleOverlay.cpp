@@ -2,6 +2,7 @@
 #include "player/SubtitleOverlay.h"
 
 #include "controls/QtText.h"
+#include "player/PlayerMarks.h"
 #include "player/PlayerStrings.h"
 #include "subtitles/SubtitleCells.h"
 #include "subtitles/SubtitleLoader.h"
@@ -19,8 +20,6 @@ namespace zel {
 namespace {
 
 constexpr int kOutlineWidth = 3;
-
-std::string TimeText(double seconds) { return FormatMSecs(seconds * 1000, kNotationDotMs); }
 
 // "start->end|text" into its parts; false for an entry that does not split.
 bool SplitEntry(const std::string& entry, double& start, double& end, std::string& text) {
@@ -104,14 +103,14 @@ void SubtitleOverlay::Paint(QPainter& painter, const QRect& videoRect, const QFo
 
 std::vector<std::pair<std::string, std::string>> MediaInfoRows(const MediaFacts& facts) {
   std::vector<std::pair<std::string, std::string>> rows;
-  rows.emplace_back(StrSubtitleInfoPosition, TimeText(facts.position));
-  rows.emplace_back(StrSubtitleInfoDuration, TimeText(facts.duration));
+  rows.emplace_back(StrSubtitleInfoPosition, BarTime(facts.position));
+  rows.emplace_back(StrSubtitleInfoDuration, BarTime(facts.duration));
   const bool fits = facts.markStart >= 0 && facts.markEnd >= 0 && facts.markStart <= facts.duration &&
                     facts.markEnd <= facts.duration;
   if (fits) {
-    rows.emplace_back(StrSubtitleInfoTimePoint, "1, " + TimeText(facts.markStart));
-    rows.emplace_back("", "2, " + TimeText(facts.markEnd));
-    rows.emplace_back("", "[-] " + TimeText(std::abs(facts.markEnd - facts.markStart)));
+    rows.emplace_back(StrSubtitleInfoTimePoint, "1, " + BarTime(facts.markStart));
+    rows.emplace_back("", "2, " + BarTime(facts.markEnd));
+    rows.emplace_back("", "[-] " + BarTime(std::abs(facts.markEnd - facts.markStart)));
   } else {
     rows.emplace_back(StrSubtitleInfoTimePoint, StrSubtitleInfoOutOfRange);
   }
