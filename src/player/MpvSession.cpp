@@ -90,6 +90,15 @@ void MpvSession::Drain() {
         emit EndFile(end->reason, end->error);
         break;
       }
+      // Once mpv runs the seek, time-pos tells its target until the first
+      // frame after it; a seek it drops never keeps the old target.
+      case MPV_EVENT_SEEK:
+        pendingSeek_.reset();
+        break;
+      case MPV_EVENT_PLAYBACK_RESTART:
+        pendingSeek_.reset();
+        emit PlaybackRestarted();
+        break;
       case MPV_EVENT_PROPERTY_CHANGE:
         emit PropertyChanged(QString::fromUtf8(static_cast<mpv_event_property*>(event->data)->name));
         break;
@@ -101,6 +110,7 @@ void MpvSession::Drain() {
 
 bool MpvSession::LoadFile(const QString& path) {
   loaded_ = failed_ = false;
+  pendingSeek_.reset();
   return Command({QStringLiteral("loadfile"), path});
 }
 
@@ -115,6 +125,7 @@ bool MpvSession::Command(const QStringList& args) {
 }
 
 bool MpvSession::SeekAbsolute(double seconds) {
+  pendingSeek_ = seconds;
   return Command({QStringLiteral("seek"), QString::number(seconds, 'f', 6), QStringLiteral("absolute+exact")});
 }
 

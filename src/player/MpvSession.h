@@ -44,6 +44,9 @@ class MpvSession : public QObject {
   bool LoadFile(const QString& path);
   bool Command(const QStringList& args);
   bool SeekAbsolute(double seconds);
+  // mpv runs a seek after the command returns, and time-pos tells the old
+  // time until then: the target asked for, until mpv restarts playback.
+  std::optional<double> PendingSeek() const { return pendingSeek_; }
 
   bool SetString(const char* name, const QString& value);
   bool SetDouble(const char* name, double value);
@@ -71,6 +74,8 @@ class MpvSession : public QObject {
   // reason is mpv_end_file_reason; error an mpv_error (negative) or 0.
   void EndFile(int reason, int error);
   void PropertyChanged(QString name);
+  // Playback runs again after the file loaded or a seek ended.
+  void PlaybackRestarted();
   void AboutToTerminate();
 
  private:
@@ -81,6 +86,7 @@ class MpvSession : public QObject {
   MpvOutput output_;
   bool loaded_ = false;
   bool failed_ = false;
+  std::optional<double> pendingSeek_;
 };
 
 }  // namespace zel

@@ -158,6 +158,14 @@ bool ctlDSPlayer::OpenFile(const QString& fileName) {
   session_ = std::make_unique<MpvSession>(output_);
   MpvSession* const mine = session_.get();
   if (video_ != nullptr) video_->Attach(mine);
+  // At rest no tick reads the time: the bar learns where a seek landed when
+  // mpv has done it.
+  connect(mine, &MpvSession::PlaybackRestarted, this, [this] {
+    if (!tmrPlayTimer.isActive() && (status_ == PlayerStatus::Playing || status_ == PlayerStatus::Paused)) {
+      bar_->SetPlayback(Position(), duration_, static_cast<int>(status_));
+      if (refresh_) RepaintBar();
+    }
+  });
   Yield();
   if (session_.get() != mine) return false;  // another OpenFile or a CloseFile ran meanwhile
   overlay_->Clear();
@@ -430,6 +438,7 @@ void ctlDSPlayer::RaiseUpdate(double position, double duration, int status) {
 
 double ctlDSPlayer::Position() const {
   if (session_ == nullptr) return position_;
+  if (const std::optional<double> target = session_->PendingSeek()) return *target;
   return std::max(0.0, session_->GetDouble("time-pos").value_or(position_));
 }
 
