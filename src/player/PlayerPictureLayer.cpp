@@ -1,6 +1,7 @@
 #include "player/PlayerPictureLayer.h"
 
 #include "controls/QtText.h"
+#include "player/PlayerFactsLayer.h"
 #include "player/PlayerStatusBar.h"
 
 #include <QPainter>
@@ -59,6 +60,10 @@ void PlayerPictureLayer::Closing() {
 void PlayerPictureLayer::paintEvent(QPaintEvent* /*event*/) {
   QPainter painter(this);
   picture_.Paint(painter, rect());
+  // Idle: no file and no picture, not even one fading out.
+  if (player_.Status() == 0 && !picture_.HasPicture() && !picture_.Transitioning()) {
+    PaintIdleTexts(painter, rect(), player_.Caption(), player_.Text(), PlayerTextColour(player_));
+  }
 }
 
 }  // namespace zel

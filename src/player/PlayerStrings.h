@@ -46,5 +46,8 @@ inline constexpr Text StrPlayerSuffixChange = "播放容器修正";
 inline constexpr Text StrPlayerPlay = "播放";
 inline constexpr Text StrPlayerPause = "暂停";
 inline constexpr Text StrPlayerName = "播放器";
+// What the player shows while idle, and the face it is drawn in.
+inline constexpr Text StrPlayerCaption = "DSPlayer";
+inline constexpr Text StrPlayerFontName = "Trebuchet MS";
 
 }  // namespace zel

@@ -131,23 +131,24 @@ int MediaInfoWidth(const MediaFacts& facts, const QFont& font) {
   return width + 2 * metrics.horizontalAdvance(QLatin1Char('M'));
 }
 
-void PaintMediaInfo(QPainter& painter, const QRect& area, const MediaFacts& facts, const QFont& font,
+void PaintMediaInfo(QPainter& painter, const QRect& panel, const MediaFacts& facts, const QFont& font,
                     const QColor& colour) {
-  const int width = MediaInfoWidth(facts, font);
-  if (area.width() <= width) return;
   const QFontMetrics metrics(font);
+  // "M" is the measure of a line, with some air between the lines.
   const int line = metrics.boundingRect(QLatin1Char('M')).height() + 4;
-  const int x = area.right() - width + metrics.horizontalAdvance(QLatin1Char('M'));
-  int y = area.top() + line;
+  const int x = panel.left() + metrics.horizontalAdvance(QLatin1Char('M'));
+  int y = panel.top() + line;
   painter.save();
   painter.setFont(font);
   painter.setPen(colour);
   for (const auto& [label, value] : MediaInfoRows(facts)) {
     if (!label.empty()) {
       y += line / 2;
+      if (y > panel.bottom()) break;
       painter.drawText(x, y, Q(label));
       y += line;
     }
+    if (y > panel.bottom()) break;
     painter.drawText(x, y, Q(value));
     y += line;
   }

@@ -72,8 +72,9 @@ struct MediaFacts {
 std::vector<std::pair<std::string, std::string>> MediaInfoRows(const MediaFacts& facts);
 // Width of the panel in the font, so the host can take it from the video.
 int MediaInfoWidth(const MediaFacts& facts, const QFont& font);
-// The panel at the right edge of `area` when the area is wider than the panel.
-void PaintMediaInfo(QPainter& painter, const QRect& area, const MediaFacts& facts, const QFont& font,
+// The rows inside `panel`, a label and below it its value, "M" wide from the
+// panel's left edge; rows that do not fit the panel's height are left out.
+void PaintMediaInfo(QPainter& painter, const QRect& panel, const MediaFacts& facts, const QFont& font,
                     const QColor& colour);
 
 }  // namespace zel

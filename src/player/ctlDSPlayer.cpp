@@ -6,10 +6,12 @@
 #include "controls/QtText.h"
 #include "controls/ctlButton.h"
 #include "player/MpvVideoWidget.h"
+#include "player/PlayerFactsLayer.h"
 #include "player/PlayerPictureLayer.h"
 #include "player/PlayerStatusBar.h"
 #include "player/PlayerStrings.h"
 #include "player/PlayerSubtitleLayer.h"
+#include "player/SubtitleOverlay.h"
 #include "subtitles/Mp3Tags.h"
 
 #include <QAction>
@@ -98,7 +100,8 @@ VideoPlacement PlaceVideo(PlayerAspect aspect, double W, double H, double w, dou
   return out;
 }
 
-ctlDSPlayer::ctlDSPlayer(QWidget* parent, MpvOutput output) : QWidget(parent), output_(output) {
+ctlDSPlayer::ctlDSPlayer(QWidget* parent, MpvOutput output)
+    : QWidget(parent), output_(output), caption_(Q(StrPlayerCaption)) {
   setFocusPolicy(Qt::StrongFocus);
   setMouseTracking(true);
   setAttribute(Qt::WA_OpaquePaintEvent);
@@ -110,8 +113,9 @@ ctlDSPlayer::ctlDSPlayer(QWidget* parent, MpvOutput output) : QWidget(parent), o
     video_->hide();
   }
   overlay_ = new PlayerSubtitleLayer(*this);
+  facts_ = new PlayerFactsLayer(*this);
   bar_ = new PlayerStatusBar(this);
-  parts_ = {image_, overlay_};
+  parts_ = {image_, overlay_, facts_};
   ConnectBar();
   LayoutParts();
   tmrPlayTimer.setInterval(1);
@@ -305,6 +309,7 @@ void ctlDSPlayer::CloseFile() {
   sourceFileName_.clear();
   videoRect_ = {};
   if (video_ != nullptr) video_->hide();
+  LayoutParts();
   Repaint("Close");
   RaiseUpdate(0, 0, 0);
   emit FileClosed();
@@ -673,14 +678,90 @@ void ctlDSPlayer::ConnectBar() {
   });
 }
 
+// ---- The facts panel, the idle texts and the overlay's look ----
+
 void ctlDSPlayer::SetShowMediaInfo(bool v) {
   showMediaInfo_ = v;
+  LayoutParts();
   CorrectAspect();
+}
+
+void ctlDSPlayer::SetMediaInfoString(const QString& text) {
+  mediaInfoString_ = text;
+  LayoutParts();
+  CorrectAspect();
+  facts_->update();
 }
 
 void ctlDSPlayer::SetMediaInfoWidth(int v) {
   mediaInfoWidth_ = std::max(0, v);
+  LayoutParts();
   CorrectAspect();
+}
+
+// Measured on the widest rows the file can give, marks that fit or not, so
+// that neither the panel nor the video beside it moves as the time goes on.
+int ctlDSPlayer::MediaInfoWidth() const {
+  if (mediaInfoWidth_ > 0) return mediaInfoWidth_;
+  MediaFacts widest = Facts();
+  widest.position = widest.markStart = widest.markEnd = duration_;
+  const int fitting = zel::MediaInfoWidth(widest, font());
+  widest.markEnd = duration_ + 1;
+  return std::max(fitting, zel::MediaInfoWidth(widest, font()));
+}
+
+QRect ctlDSPlayer::MediaInfoRect() const {
+  if (!showMediaInfo_ || status_ == PlayerStatus::Closed) return {};
+  const int panel = MediaInfoWidth();
+  if (width() <= panel) return {};
+  const int b = showBorder_ ? 1 : 0;
+  return {width() - b - panel, b, panel, std::max(0, height() - StatusBarHeight() - 2 * b)};
+}
+
+MediaFacts ctlDSPlayer::Facts() const {
+  MediaFacts facts;
+  // While the tick runs mpv's clock is current; at rest the bar holds the
+  // target of the last seek, which mpv may not have reached yet.
+  facts.position = TickInterval() > 0 ? Position() : bar_->Position();
+  facts.duration = duration_;
+  facts.markStart = bar_->SetTagStart();
+  facts.markEnd = bar_->SetTagEnd();
+  facts.width = mediaWidth_;
+  facts.height = mediaHeight_;
+  facts.frameRate = frameRate_;
+  facts.extra = S(mediaInfoString_);
+  return facts;
+}
+
+void ctlDSPlayer::SetCaption(const QString& text) {
+  caption_ = text;
+  image_->update();
+}
+
+void ctlDSPlayer::SetText(const QString& text) {
+  text_ = text;
+  image_->update();
+}
+
+double ctlDSPlayer::SubtitleTimeOffset() const { return Subtitle().SubtitleTimeOffset(); }
+
+void ctlDSPlayer::SetSubtitleTimeOffset(double seconds) {
+  Subtitle().SetSubtitleTimeOffset(seconds);
+  if (status_ != PlayerStatus::Closed) overlay_->Ticked();
+}
+
+int ctlDSPlayer::ShowShadowValue() const { return Subtitle().ShowShadowValue(); }
+
+void ctlDSPlayer::SetShowShadowValue(int depth) {
+  Subtitle().SetShowShadowValue(depth);
+  overlay_->update();
+}
+
+bool ctlDSPlayer::ZoomText() const { return Subtitle().ZoomText(); }
+
+void ctlDSPlayer::SetZoomText(bool zoom) {
+  Subtitle().SetZoomText(zoom);
+  overlay_->update();
 }
 
 // ---- Placing the video ----
@@ -688,7 +769,8 @@ void ctlDSPlayer::SetMediaInfoWidth(int v) {
 QRect ctlDSPlayer::AreaRect() const {
   const int b = showBorder_ ? 1 : 0;
   int w = width() - 2 * b;
-  if (showMediaInfo_ && width() > mediaInfoWidth_) w -= mediaInfoWidth_;
+  const int panel = MediaInfoWidth();
+  if (showMediaInfo_ && width() > panel) w -= panel;
   return {b, b, std::max(0, w), std::max(0, height() - StatusBarHeight() - 2 * b)};
 }
 
@@ -728,6 +810,10 @@ void ctlDSPlayer::LayoutParts() {
                             ? QRect(videoRect_[0], videoRect_[1], videoRect_[2], videoRect_[3])
                             : AreaRect());
   overlay_->raise();
+  const QRect panel = MediaInfoRect();
+  facts_->setGeometry(panel);
+  facts_->setVisible(!panel.isEmpty());
+  facts_->raise();
   bar_->setGeometry(0, height() - barHeight, width(), barHeight);
   bar_->raise();
 }
@@ -742,6 +828,7 @@ void ctlDSPlayer::Repaint(const char* /*reason*/) {
   update();
   bar_->update();
   overlay_->update();
+  facts_->update();
 }
 
 // ---- Pictures and screenshots ----
@@ -815,6 +902,14 @@ void ctlDSPlayer::paintEvent(QPaintEvent* /*event*/) {
     p.setPen(palette().color(QPalette::Mid));
     p.drawRect(rect().adjusted(0, 0, -1, -1));
   }
+}
+
+// The panel is as wide as its rows in the control's font.
+void ctlDSPlayer::changeEvent(QEvent* event) {
+  QWidget::changeEvent(event);
+  if (event->type() != QEvent::FontChange || bar_ == nullptr) return;
+  LayoutParts();
+  CorrectAspect();
 }
 
 void ctlDSPlayer::resizeEvent(QResizeEvent* /*event*/) {

@@ -24,10 +24,12 @@ namespace zel {
 
 class DialogChooser;
 class MpvVideoWidget;
+class PlayerFactsLayer;
 class PlayerPictureLayer;
 class PlayerStatusBar;
 class PlayerSubtitleLayer;
 class SubtitleOverlay;
+struct MediaFacts;
 
 // 0 closed, 1 playing, 2 paused, 3 opened and not yet started.
 enum class PlayerStatus : int { Closed = 0, Playing = 1, Paused = 2, Opened = 3 };
@@ -186,12 +188,34 @@ class ctlDSPlayer : public QWidget {
   // other style turns it on again.
   int Style() const;
   void SetStyle(int style);
-  // The side panel of the media facts takes MediaInfoWidth from the video's
-  // width while ShowMediaInfo is set and the control is wider than it.
+  // The side panel of the media facts, drawn at the right edge while a file
+  // is open and the control is wider than the panel, takes its width from
+  // the video's.
   bool ShowMediaInfo() const { return showMediaInfo_; }
   void SetShowMediaInfo(bool v);
-  int MediaInfoWidth() const { return mediaInfoWidth_; }
+  QString MediaInfoString() const { return mediaInfoString_; }
+  void SetMediaInfoString(const QString& text);
+  // The panel's width: the one set, or with 0 (the default) the widest the
+  // open file's rows take in the control's font.
+  int MediaInfoWidth() const;
   void SetMediaInfoWidth(int v);
+  // The panel's place; empty while it is not drawn.
+  QRect MediaInfoRect() const;
+  // What the panel shows now.
+  MediaFacts Facts() const;
+
+  // ---- The idle display and the subtitle overlay's look ----
+  QString Caption() const { return caption_; }
+  void SetCaption(const QString& text);
+  QString Text() const { return text_; }
+  void SetText(const QString& text);
+  // Seconds added to the position when the subtitle's line is chosen.
+  double SubtitleTimeOffset() const;
+  void SetSubtitleTimeOffset(double seconds);
+  int ShowShadowValue() const;
+  void SetShowShadowValue(int depth);
+  bool ZoomText() const;
+  void SetZoomText(bool zoom);
 
   // ---- Pictures: the default image, the cover of an audio file, screenshots ----
   QString DefaultImage() const;
@@ -265,6 +289,7 @@ class ctlDSPlayer : public QWidget {
 
  protected:
   void paintEvent(QPaintEvent* event) override;
+  void changeEvent(QEvent* event) override;
   void resizeEvent(QResizeEvent* event) override;
   void mousePressEvent(QMouseEvent* event) override;
   void mouseMoveEvent(QMouseEvent* event) override;
@@ -314,6 +339,7 @@ class ctlDSPlayer : public QWidget {
   PlayerStatusBar* bar_ = nullptr;
   PlayerPictureLayer* image_ = nullptr;
   PlayerSubtitleLayer* overlay_ = nullptr;
+  PlayerFactsLayer* facts_ = nullptr;
   std::vector<PlayerPart*> parts_;
   DialogChooser* chooser_ = nullptr;
   QTimer tmrPlayTimer;
@@ -349,6 +375,8 @@ class ctlDSPlayer : public QWidget {
 
   bool showMediaInfo_ = false;
   int mediaInfoWidth_ = 0;
+  QString mediaInfoString_;
+  QString caption_, text_;
 
   QPoint dragFrom_;
   std::vector<VolumeStep> volumeHistory_;

@@ -1,7 +1,8 @@
 // The player as one control on headless mpv: a drag on its bar reaching the
 // control's marks and events, the subtitle beside a clip reaching the bar, the
-// picture an audio file shows, screenshots, the accessible player and bar, and
-// the theme's pass over a window's players.
+// picture an audio file shows, screenshots, the facts panel and the idle
+// caption as painted, the accessible player and bar, and the theme's pass over
+// a window's players.
 #include "player/PlayerAccessibility.h"
 #include "player/PlayerStatusBar.h"
 #include "player/PlayerStrings.h"
@@ -115,6 +116,9 @@ TEST_F(PlayerPartsTest, TheSubtitleBesideTheClipReachesTheBarWhilePlaying) {
   rest.SetPosition(2.0);
   EXPECT_EQ(rest.StatusBar().Position(), 2.0);
   EXPECT_EQ(rest.StatusBar().SubtitleLine(), "你好");
+  // Two seconds on, the search looks past the line's end, at once.
+  rest.SetSubtitleTimeOffset(2);
+  EXPECT_EQ(rest.StatusBar().SubtitleLine(), "");
   std::remove((*dir_ / "clip.srt").c_str());
 }
 
@@ -170,6 +174,97 @@ TEST_F(PlayerPartsTest, WhatTheControlShowsAndItsScreenshots) {
     player.CloseFile();
     EXPECT_FALSE(player.Picture().HasPicture());
   }
+}
+
+// Pixels of `widget` within `area` that differ from `background`, or with a
+// null background are clearly lighter than black.
+int DrawnPixels(QWidget& widget, const QRect& area, const QImage& background = {}) {
+  const QImage shot = widget.grab().toImage();
+  int drawn = 0;
+  for (int y = area.top(); y <= area.bottom(); ++y) {
+    for (int x = area.left(); x <= area.right(); ++x) {
+      drawn += background.isNull() ? qGray(shot.pixel(x, y)) > 96 : shot.pixel(x, y) != background.pixel(x, y);
+    }
+  }
+  return drawn;
+}
+
+TEST_F(PlayerPartsTest, TheFactsPanelBesideTheVideoAndTheIdleCaption) {
+  ASSERT_EQ(test::Run({test::ToolPath("ffmpeg"), "-v", "error", "-y", "-f", "lavfi", "-i", "sine=d=2", *dir_ / "tone.wav"})
+                .exitCode,
+            0);
+  ctlDSPlayer player(nullptr, MpvOutput::Headless);
+  player.resize(480, 257);  // 240 above the bar
+  player.SetAspect(1);      // stretched, the video takes all the width it is given
+  player.SetPause(true);
+  player.show();
+  ASSERT_TRUE(QTest::qWaitForWindowExposed(&player));
+  const QRect above(0, 0, 480, 240);
+
+  // Idle, the caption and the text each draw on the background.
+  EXPECT_EQ(player.Caption(), "DSPlayer");
+  player.SetCaption("");
+  const QImage background = player.grab().toImage();
+  for (const auto& [caption, text] : {std::pair{"DSPlayer", ""}, {"", "说明"}}) {
+    player.SetCaption(caption);
+    player.SetText(text);
+    EXPECT_GT(DrawnPixels(player, above, background), 30) << caption << "|" << text;
+  }
+  player.SetText("");
+
+  using Rows = std::vector<std::pair<std::string, std::string>>;
+  struct Case {
+    const char* file;
+    bool video;
+    double position, markStart, markEnd;
+    Rows rows;
+  };
+  const Case cases[] = {
+      {"clip.mp4", true, 2, 1, 3,
+       {{"Current Position:", "00:00:02.000"},
+        {"Duration:", "00:00:04.000"},
+        {"Time Point:", "1, 00:00:01.000"},
+        {"", "2, 00:00:03.000"},
+        {"", "[-] 00:00:02.000"},
+        {"Media Info:", "160x120 / 25.00fps"},
+        {"", "extra"}}},
+      // No picture, no row of its size; a mark past the end.
+      {"tone.wav", false, 1.5, 0.5, 10,
+       {{"Current Position:", "00:00:01.500"},
+        {"Duration:", "00:00:02.000"},
+        {"Time Point:", "Out of range"},
+        {"", "extra"}}},
+  };
+  player.SetMediaInfoString("extra");
+  for (const Case& c : cases) {
+    ASSERT_TRUE(player.OpenFile(At(c.file))) << c.file;
+    player.SetPosition(c.position);
+    // The marks tell the bar mpv's time: let mpv get there first.
+    ASSERT_TRUE(WaitFor([&] { return std::abs(player.Position() - c.position) < 0.01; })) << c.file;
+    player.SetSetTagStart(c.markStart);
+    player.SetSetTagEnd(c.markEnd);
+    EXPECT_EQ(MediaInfoRows(player.Facts()), c.rows) << c.file;
+
+    // The panel takes its width from the video's and is painted there; off,
+    // the video has it back (without a picture the wallpaper may show there).
+    const int panel = player.MediaInfoWidth();
+    ASSERT_GT(panel, 50);
+    ASSERT_LT(panel, 300);
+    const QRect side(480 - panel, 0, panel, 240);
+    for (const bool on : {true, false}) {
+      player.SetShowMediaInfo(on);
+      EXPECT_EQ(player.MediaInfoRect(), on ? side : QRect()) << c.file << on;
+      const int light = DrawnPixels(player, side.adjusted(1, 0, 0, 0));
+      if (on) EXPECT_GT(light, 100) << c.file;
+      if (!c.video) continue;
+      EXPECT_EQ(player.VideoRect()[2], on ? 480 - panel : 480) << on;
+      if (!on) EXPECT_LT(light, 10);
+    }
+    player.SetShowMediaInfo(true);
+    player.CloseFile();
+    EXPECT_EQ(player.MediaInfoRect(), QRect());
+  }
+  player.SetShowMediaInfo(false);
 }
 
 TEST_F(PlayerPartsTest, ScreenReadersSeeThePlayerAndItsBarAndPlayAndPause) {

@@ -3,7 +3,10 @@
 // the subtitle beside the file. Space pauses and resumes, "[" and "]" set the
 // marks at the position, Backspace clears them. With --shot OUT.png --at
 // SECONDS it pauses at that time, writes the picture the control shows (the
-// video, or the cover of an audio file) and ends (the rendering check).
+// video, or the cover of an audio file) and ends (the rendering check). --info
+// shows the facts panel beside the video (with --shot the whole window is
+// written, panel and bar included); --caption and --text set what an idle
+// player shows, with an empty FILE.
 #include "controls/Accessibility.h"
 #include "controls/FontText.h"
 #include "controls/Theme.h"
@@ -32,11 +35,17 @@ int main(int argc, char** argv) {
 
   QCommandLineParser parser;
   parser.addHelpOption();
-  parser.addPositionalArgument("file", "the media file to play");
+  parser.addPositionalArgument("file", "the media file to play; \"\" for an idle player");
   const QCommandLineOption shot("shot", "write the picture at --at seconds to this PNG file and end", "png");
   const QCommandLineOption at("at", "seconds into the file for --shot", "seconds", "0");
+  const QCommandLineOption info("info", "show the facts panel; --shot then writes the whole window");
+  const QCommandLineOption caption("caption", "what the idle player shows", "text");
+  const QCommandLineOption text("text", "the line below the caption", "text");
   parser.addOption(shot);
   parser.addOption(at);
+  parser.addOption(info);
+  parser.addOption(caption);
+  parser.addOption(text);
   parser.process(app);
   if (parser.positionalArguments().size() != 1) parser.showHelp(2);
   const QString file = parser.positionalArguments().front();
@@ -50,6 +59,9 @@ int main(int argc, char** argv) {
   bar.SetSetTagEnabled(true);
   bar.SetStatusBarSubtitleSupported(true);
   zel::ApplyPlayerTheme(*player, zel::ReadThemeSettings());
+  player->SetShowMediaInfo(parser.isSet(info));
+  if (parser.isSet(caption)) player->SetCaption(parser.value(caption));
+  if (parser.isSet(text)) player->SetText(parser.value(text));
   QObject::connect(player, &zel::ctlDSPlayer::KeyDown, [player](int key, int) {
     if (player->Status() == 0) return;
     if (key == Qt::Key_Space) player->SetPause(player->Status() == 1);
@@ -64,6 +76,7 @@ int main(int argc, char** argv) {
 
   const bool shooting = parser.isSet(shot);
   player->SetPause(shooting);
+  if (file.isEmpty() && !shooting) return app.exec();
   if (!player->OpenFile(file)) {
     for (const QString& line : zel::ctlDSPlayer::FailureLines()) std::fprintf(stderr, "%s\n", line.toUtf8().constData());
     return 1;
@@ -83,7 +96,9 @@ int main(int argc, char** argv) {
     // drawn before the grab.
     if (settled < 300 && waited < 10000) return;
     const bool video = player->MediaWidth() > 0 || player->MediaHeight() > 0;
-    const QImage picture = video ? player->VideoWidget()->grabFramebuffer() : player->Picture().Screen();
+    const QImage picture = parser.isSet(info) ? window.grab().toImage()
+                           : video            ? player->VideoWidget()->grabFramebuffer()
+                                              : player->Picture().Screen();
     code = settled >= 300 && picture.save(parser.value(shot)) ? 0 : 1;
     app.quit();
   });
