@@ -3,7 +3,8 @@
 // the subtitle beside the file. Space pauses and resumes, "[" and "]" set the
 // marks at the position, Backspace clears them. With --shot OUT.png --at
 // SECONDS it pauses at that time, writes the picture the control shows (the
-// video, or the cover of an audio file) and ends (the rendering check).
+// video, or the cover of an audio file) and ends (the rendering check). With
+// --fft a file without video shows the spectrum of its sound.
 #include "controls/Accessibility.h"
 #include "controls/FontText.h"
 #include "controls/Theme.h"
@@ -35,8 +36,10 @@ int main(int argc, char** argv) {
   parser.addPositionalArgument("file", "the media file to play");
   const QCommandLineOption shot("shot", "write the picture at --at seconds to this PNG file and end", "png");
   const QCommandLineOption at("at", "seconds into the file for --shot", "seconds", "0");
+  const QCommandLineOption fft("fft", "show the spectrum of a file without video");
   parser.addOption(shot);
   parser.addOption(at);
+  parser.addOption(fft);
   parser.process(app);
   if (parser.positionalArguments().size() != 1) parser.showHelp(2);
   const QString file = parser.positionalArguments().front();
@@ -64,6 +67,7 @@ int main(int argc, char** argv) {
 
   const bool shooting = parser.isSet(shot);
   player->SetPause(shooting);
+  player->SetShowFFT(parser.isSet(fft));
   if (!player->OpenFile(file)) {
     for (const QString& line : zel::ctlDSPlayer::FailureLines()) std::fprintf(stderr, "%s\n", line.toUtf8().constData());
     return 1;
@@ -82,7 +86,7 @@ int main(int argc, char** argv) {
     // Some more turns of the event loop after the seek, so that its frame is
     // drawn before the grab.
     if (settled < 300 && waited < 10000) return;
-    const bool video = player->MediaWidth() > 0 || player->MediaHeight() > 0;
+    const bool video = player->MediaWidth() > 0 || player->MediaHeight() > 0 || player->SpectrumRunning();
     const QImage picture = video ? player->VideoWidget()->grabFramebuffer() : player->Picture().Screen();
     code = settled >= 300 && picture.save(parser.value(shot)) ? 0 : 1;
     app.quit();
