@@ -66,7 +66,10 @@ int main(int argc, char** argv) {
   window.show();
 
   const bool shooting = parser.isSet(shot);
-  player->SetPause(shooting);
+  // The spectrum of a paused file holds no sound yet: its shot is taken after
+  // a second of playing from --at.
+  const bool playing = parser.isSet(fft);
+  player->SetPause(shooting && !playing);
   player->SetShowFFT(parser.isSet(fft));
   if (!player->OpenFile(file)) {
     for (const QString& line : zel::ctlDSPlayer::FailureLines()) std::fprintf(stderr, "%s\n", line.toUtf8().constData());
@@ -82,7 +85,8 @@ int main(int argc, char** argv) {
   QTimer poll;
   QObject::connect(&poll, &QTimer::timeout, [&] {
     waited += 50;
-    if (std::abs(player->Position() - wanted) < 0.05 && !player->Picture().Transitioning()) settled += 50;
+    const bool there = playing ? player->Position() >= wanted + 1 : std::abs(player->Position() - wanted) < 0.05;
+    if (there && !player->Picture().Transitioning()) settled += 50;
     // Some more turns of the event loop after the seek, so that its frame is
     // drawn before the grab.
     if (settled < 300 && waited < 10000) return;
