@@ -67,7 +67,7 @@ int main(int argc, char** argv) {
 
   const bool shooting = parser.isSet(shot);
   // The spectrum of a paused file holds no sound yet: its shot is taken after
-  // a second of playing from --at.
+  // a second of playing from --at, paused.
   const bool playing = parser.isSet(fft);
   player->SetPause(shooting && !playing);
   player->SetShowFFT(parser.isSet(fft));
@@ -85,7 +85,10 @@ int main(int argc, char** argv) {
   QTimer poll;
   QObject::connect(&poll, &QTimer::timeout, [&] {
     waited += 50;
-    const bool there = playing ? player->Position() >= wanted + 1 : std::abs(player->Position() - wanted) < 0.05;
+    // The spectrum pauses once it drew a second of sound, so that the file
+    // cannot end under a slow poll.
+    if (playing && player->Status() == 1 && player->Position() >= wanted + 1) player->SetPause(true);
+    const bool there = playing ? player->Status() == 2 : std::abs(player->Position() - wanted) < 0.05;
     if (there && !player->Picture().Transitioning()) settled += 50;
     // Some more turns of the event loop after the seek, so that its frame is
     // drawn before the grab.
