@@ -442,9 +442,9 @@ void ctlDSPlayer::WriteVolume(int hundredthsDb) {
 }
 
 // The balance attenuates one side by its hundredths of a decibel, as a pan
-// filter of mpv; 0 takes the filter away. The sound is made stereo first: pan
-// on a mono source has no second channel to weigh, and mpv then plays it
-// unbalanced without a word.
+// filter of mpv; 0 takes the filter away. The sound is made stereo first: on
+// a mono source the pan's second input channel does not exist, and the filter
+// is taken all the same.
 void ctlDSPlayer::ApplyBalance() {
   if (session_ == nullptr) return;
   if (balance_ == 0) {

@@ -274,7 +274,7 @@ TEST_F(PlayerCoreTest, BalanceSystemVolumeAndFullScreenReachMpvAndTheWindow) {
   MpvSession& session = *player->Session();
 
   // Positive attenuates the left side, negative the right, by hundredths of
-  // a decibel; the mono song is made stereo to be weighed.
+  // a decibel; mpv takes the filter on the mono song and plays stereo.
   const std::pair<int, const char*> balances[] = {
       {10000, "c0=0.000010*c0|c1=1.000000*c1"},
       {-10000, "c0=1.000000*c0|c1=0.000010*c1"},
