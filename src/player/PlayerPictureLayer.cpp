@@ -29,16 +29,19 @@ PlayerPictureLayer::PlayerPictureLayer(ctlDSPlayer& player) : QWidget(&player), 
 }
 
 bool PlayerPictureLayer::ShowsArt() const {
-  return player_.Status() != 0 && player_.MediaWidth() == 0 && player_.MediaHeight() == 0 && !player_.ShowFFT();
+  return player_.Status() != 0 && player_.MediaWidth() == 0 && player_.MediaHeight() == 0 &&
+         !player_.SpectrumRunning();
 }
 
+// The spectrum stands for a file without video as the video does; a file
+// whose spectrum could not start shows its cover all the same.
 void PlayerPictureLayer::Opening() {
-  if (player_.MediaWidth() > 0 || player_.MediaHeight() > 0) {
+  if (player_.MediaWidth() > 0 || player_.MediaHeight() > 0 || player_.SpectrumRunning()) {
     hide();
     return;
   }
   show();
-  if (!player_.ShowFFT()) ShowArt();
+  ShowArt();
 }
 
 void PlayerPictureLayer::ShowArt() {

@@ -21,7 +21,8 @@ class PlayerPictureLayer : public QWidget, public PlayerPart {
   // Where the picture of the open file came from.
   AlbumArtSource ArtSource() const { return source_; }
 
-  // A video hides the layer; a file without one shows what stands for it.
+  // A video or the spectrum hides the layer; a file without either shows
+  // what stands for it.
   void Opening() override;
   void Closing() override;
 

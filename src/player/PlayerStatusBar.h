@@ -80,6 +80,7 @@ class PlayerStatusBar : public QWidget {
   double Duration() const { return duration_; }
   int Status() const { return status_; }
   // The shown volume (percent) and speed; the player switches the face itself.
+  double AudioVolume() const { return volume_; }
   void SetAudioVolume(double percent) { volume_ = percent, update(); }
   void SetSpeed(double rate) { speed_ = rate, update(); }
   void SetSubtitleLine(const QString& line) { subtitleLine_ = line, update(); }

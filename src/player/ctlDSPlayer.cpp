@@ -35,6 +35,24 @@
 #include <functional>
 
 namespace zel {
+namespace {
+
+// The spectrum of a file without video: mpv turns the sound into a picture
+// that the video widget draws like any other. showcqt keeps playback in real
+// time at a few percent of a core; showspectrum falls far behind the clock
+// inside mpv. Its size only sets the detail: the picture is stretched over
+// the whole area.
+constexpr int kSpectrumWidth = 640;
+constexpr int kSpectrumHeight = 360;
+
+QString SpectrumGraph(const QString& audioTrack) {
+  return QStringLiteral("[aid%1]asplit[ao][a];[a]showcqt=s=%2x%3:fps=25[vo]")
+      .arg(audioTrack)
+      .arg(kSpectrumWidth)
+      .arg(kSpectrumHeight);
+}
+
+}  // namespace
 
 double VolumePercentOf(int hundredthsDb) {
   if (hundredthsDb <= kSilence) return 0;
@@ -213,6 +231,7 @@ bool ctlDSPlayer::OpenFile(const QString& fileName) {
     CloseFile();
     return false;
   }
+  if (mediaWidth_ == 0 && mediaHeight_ == 0 && showFFT_) StartSpectrum();
   for (PlayerPart* part : parts_) part->Opening();
 
   status_ = PlayerStatus::Opened;
@@ -230,6 +249,16 @@ bool ctlDSPlayer::OpenFile(const QString& fileName) {
     bar_->SetPlayback(Position(), duration_, static_cast<int>(status_));
   }
   return true;
+}
+
+// Set once the file is loaded, as only then is it known to have no video;
+// mpv rebuilds its outputs around the graph at once, paused or not. The
+// spectrum fills the area whatever its proportions.
+void ctlDSPlayer::StartSpectrum() {
+  const QString audio = session_->GetString("aid").value_or("no");
+  if (audio == QLatin1String("no")) return;
+  spectrum_ = session_->SetString("lavfi-complex", SpectrumGraph(audio));
+  if (spectrum_) session_->SetFlag("keepaspect", false);
 }
 
 void ctlDSPlayer::ReadFacts() {
@@ -296,6 +325,9 @@ void ctlDSPlayer::Play() {
 void ctlDSPlayer::CloseFile() {
   for (PlayerPart* part : parts_) part->Closing();
   if (status_ == PlayerStatus::Closed) return;
+  // The spectrum is no longer drawn; its graph ends with the handle, after
+  // the fade-out.
+  const bool spectrumRan = std::exchange(spectrum_, false);
   tmrPlayTimer.stop();
   bar_->SetStatusBarCurrentMode(bar_->StatusBarDefaultMode());
   duration_ = 0;
@@ -303,7 +335,7 @@ void ctlDSPlayer::CloseFile() {
   position_ = positionStart_ = positionEnd_ = 0;
   bar_->ClearMarks();
   status_ = PlayerStatus::Closed;
-  Retire();
+  Retire(spectrumRan);
   RenameBack();
   filename_.clear();
   sourceFileName_.clear();
@@ -323,7 +355,7 @@ void ctlDSPlayer::RenameBack() {
 
 // The closed file's handle fades its sound out and then ends; a silent or
 // paused one ends at once.
-void ctlDSPlayer::Retire() {
+void ctlDSPlayer::Retire(bool spectrumRan) {
   if (session_ == nullptr) return;
   if (retiring_ != nullptr) {
     tmrFadeOut.stop();
@@ -331,10 +363,12 @@ void ctlDSPlayer::Retire() {
   }
   const bool audible = ReadVolume() > kSilence && !session_->GetFlag("pause").value_or(true);
   if (!audible || ending_) {
+    if (spectrumRan) session_->Command({QStringLiteral("stop")});
     session_.reset();
     return;
   }
   retiring_ = std::move(session_);
+  retiringSpectrum_ = spectrumRan;
   tmrFadeOut.start();
 }
 
@@ -351,6 +385,9 @@ void ctlDSPlayer::FadeOutTick() {
     return;
   }
   tmrFadeOut.stop();
+  // A handle that drew the spectrum is stopped before it goes; any other
+  // ends by its release alone.
+  if (retiringSpectrum_) retiring_->Command({QStringLiteral("stop")});
   retiring_.reset();
 }
 
@@ -363,7 +400,7 @@ void ctlDSPlayer::Tick() {
   }
   const int v = ReadVolume();
   const int t = VolumeTargetOf(graphVolume_);
-  const int interval = v != t ? 30 : 300;
+  const int interval = v != t ? 30 : spectrum_ ? 125 : 300;
   tmrPlayTimer.setInterval(interval);
   if (status_ == PlayerStatus::Playing) {
     if (v != t) WriteVolume(t <= v ? t : static_cast<int>(std::nearbyint(v + std::abs(v) * 0.5)));
@@ -418,7 +455,9 @@ void ctlDSPlayer::WriteVolume(int hundredthsDb) {
 }
 
 // The balance attenuates one side by its hundredths of a decibel, as a pan
-// filter of mpv; 0 takes the filter away.
+// filter of mpv; 0 takes the filter away. The sound is made stereo first: on
+// a mono source the pan's second input channel does not exist, and the filter
+// is taken all the same.
 void ctlDSPlayer::ApplyBalance() {
   if (session_ == nullptr) return;
   if (balance_ == 0) {
@@ -427,7 +466,7 @@ void ctlDSPlayer::ApplyBalance() {
   }
   const double left = std::pow(10.0, -std::max(balance_, 0) / 2000.0);
   const double right = std::pow(10.0, std::min(balance_, 0) / 2000.0);
-  session_->SetString("af", QStringLiteral("@balance:lavfi=[pan=stereo|c0=%1*c0|c1=%2*c1]")
+  session_->SetString("af", QStringLiteral("@balance:lavfi=[aformat=channel_layouts=stereo,pan=stereo|c0=%1*c0|c1=%2*c1]")
                                 .arg(left, 0, 'f', 6)
                                 .arg(right, 0, 'f', 6));
 }
@@ -528,13 +567,16 @@ void ctlDSPlayer::SetBalance(int balance) {
   ApplyBalance();
 }
 
+// The speaker's volume is mpv's ao-volume: the volume of the player's stream
+// in the sound server's mixer, 0 to 100. Without a sound output (no device,
+// ao=null) mpv has none; the volume then reads as the one last written, and
+// writing it changes nothing that is heard.
 double ctlDSPlayer::AudioVolume() const {
   if (!controlSystemVolume_) return graphVolume_;
   if (session_ != nullptr) return session_->GetDouble("ao-volume").value_or(shownVolume_);
   return shownVolume_;
 }
 
-// The speaker's own volume is mpv's ao-volume, from 0 to 100.
 void ctlDSPlayer::SetAudioVolume(double percent) {
   const double value = std::clamp(percent, 0.0, 100.0);
   SetStatusBarCurrentMode(2);
@@ -551,6 +593,7 @@ void ctlDSPlayer::SetAudioVolume(double percent) {
 void ctlDSPlayer::SetControlSystemVolume(bool v) {
   controlSystemVolume_ = v;
   shownVolume_ = AudioVolume();
+  bar_->SetAudioVolume(shownVolume_);
 }
 
 void ctlDSPlayer::SetTimeJumpValue(float seconds) {
@@ -778,7 +821,11 @@ void ctlDSPlayer::CorrectAspect() {
   if (status_ == PlayerStatus::Closed) return;
   RepaintBar();
   const QRect area = AreaRect();
-  const VideoPlacement at = PlaceVideo(aspect_, area.width(), area.height(), mediaWidth_, mediaHeight_);
+  // The spectrum is a drawing, not a picture with proportions: it takes the
+  // whole area in every Aspect.
+  const VideoPlacement at = spectrum_ ? PlaceVideo(PlayerAspect::Stretch, area.width(), area.height(),
+                                                   kSpectrumWidth, kSpectrumHeight)
+                                      : PlaceVideo(aspect_, area.width(), area.height(), mediaWidth_, mediaHeight_);
   videoRect_ = {area.left() + static_cast<int>(at.left), area.top() + static_cast<int>(at.top),
                 static_cast<int>(at.width), static_cast<int>(at.height)};
   if (video_ != nullptr) {
@@ -837,7 +884,7 @@ QString ctlDSPlayer::DefaultImage() const { return Q(image_->Picture().DefaultIm
 void ctlDSPlayer::SetDefaultImage(const QString& fileName) { image_->Picture().SetDefaultImage(S(fileName)); }
 
 QImage ctlDSPlayer::ShownFrame() const {
-  if (session_ != nullptr && (mediaWidth_ > 0 || mediaHeight_ > 0)) {
+  if (session_ != nullptr && (mediaWidth_ > 0 || mediaHeight_ > 0 || spectrum_)) {
     QImage frame = session_->Frame();
     if (frame.isNull() && video_ != nullptr) frame = video_->grabFramebuffer();
     return frame;

@@ -127,8 +127,12 @@ class ctlDSPlayer : public QWidget {
   void SetEnabled(bool v);
   bool Refresh() const { return refresh_; }
   void SetRefresh(bool v);
+  // Read by OpenFile: a file without video then shows the spectrum of its
+  // sound in place of its cover.
   bool ShowFFT() const { return showFFT_; }
   void SetShowFFT(bool v) { showFFT_ = v; }
+  // Whether the open file shows its spectrum.
+  bool SpectrumRunning() const { return spectrum_; }
   bool AllowChangePosition() const;
   void SetAllowChangePosition(bool v);
   bool AllowLoadSubtitle() const { return allowLoadSubtitle_; }
@@ -220,8 +224,9 @@ class ctlDSPlayer : public QWidget {
   // ---- Pictures: the default image, the cover of an audio file, screenshots ----
   QString DefaultImage() const;
   void SetDefaultImage(const QString& fileName);
-  // The picture on show: the video frame at its own size (null until mpv's
-  // first frame reached its output), else what the picture layer shows.
+  // The picture on show: the video frame or the spectrum at its own size
+  // (null until mpv's first frame reached its output), else what the picture
+  // layer shows.
   QImage ShownFrame() const;
   // Writes the picture on show with its texts beside the source (or into
   // `folder`) as `suffix`, under a free name, and raises ImageGrabbed; the
@@ -321,7 +326,9 @@ class ctlDSPlayer : public QWidget {
   void ClearFacts();
   void RepaintBar();
   void Repaint(const char* reason);
-  void Retire();
+  // The closed file's handle, and whether it drew the spectrum.
+  void Retire(bool spectrumRan);
+  void StartSpectrum();
   void LayoutParts();
   void ConnectBar();
   void JumpBy(double seconds);
@@ -335,6 +342,7 @@ class ctlDSPlayer : public QWidget {
   std::unique_ptr<MpvSession> session_;
   // A closed file whose sound still fades out before its handle goes.
   std::unique_ptr<MpvSession> retiring_;
+  bool retiringSpectrum_ = false;
   MpvVideoWidget* video_ = nullptr;
   PlayerStatusBar* bar_ = nullptr;
   PlayerPictureLayer* image_ = nullptr;
@@ -362,6 +370,7 @@ class ctlDSPlayer : public QWidget {
   QString suffixChange_;
   PlayerAspect aspect_ = PlayerAspect::Fit;
   bool enabled_ = true, refresh_ = true, showFFT_ = false;
+  bool spectrum_ = false;  // the open file's sound drawn as its picture
   bool allowLoadSubtitle_ = true, moveParent_ = false, showBorder_ = false;
   int oleDropMode_ = 0;
   int openTimeLimit_ = 10000;

@@ -2,6 +2,7 @@
 // the volume fades as mpv receives them, the suffix trick, files that do not
 // open, and where the video is placed.
 #include "player/ctlDSPlayer.h"
+#include "player/PlayerStatusBar.h"
 #include "player/PlayerStrings.h"
 #include "support/TestSupport.h"
 #include "PlayerWait.h"
@@ -9,9 +10,11 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QTest>
+#include <QWidget>
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <fstream>
 #include <functional>
@@ -29,6 +32,11 @@ class PlayerCoreTest : public ::testing::Test {
     dir_ = new test::TempDir;
     clip_ = *dir_ / "clip.mp4";
     test::MakeClip(clip_, 4);
+    song_ = *dir_ / "song.m4a";  // mono, no video
+    ASSERT_EQ(test::Run({test::ToolPath("ffmpeg"), "-v", "error", "-nostdin", "-y", "-f", "lavfi", "-i",
+                         "sine=frequency=440:duration=4", "-c:a", "aac", song_})
+                  .exitCode,
+              0);
   }
   static void TearDownTestSuite() { delete dir_; }
 
@@ -48,9 +56,10 @@ class PlayerCoreTest : public ::testing::Test {
     });
   }
   QString Clip() const { return QString::fromStdString(clip_); }
+  QString Song() const { return QString::fromStdString(song_); }
 
   static inline test::TempDir* dir_ = nullptr;
-  static inline std::string clip_;
+  static inline std::string clip_, song_;
   std::vector<std::string> events;
   std::vector<double> positions;
 };
@@ -216,6 +225,95 @@ TEST_F(PlayerCoreTest, SuffixChangeRenamesForPlaybackAndAlwaysBack) {
     EXPECT_TRUE(QFile::exists(name));
     EXPECT_FALSE(QFile::exists(name + ".mpg"));
   }
+}
+
+// With ShowFFT a file without video shows its sound as a picture of mpv's, over
+// the whole area, and the tick runs at its spectrum rate; the media facts stay
+// those of a file without video.
+TEST_F(PlayerCoreTest, ShowFFTDrawsTheSpectrumOfAFileWithoutVideo) {
+  struct Case {
+    bool video, showFFT, spectrum;
+    int restInterval;
+  };
+  const Case cases[] = {
+      {false, true, true, 125},
+      {false, false, false, 300},
+      {true, true, false, 300},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(testing::Message() << (c.video ? "video" : "audio") << ", ShowFFT " << c.showFFT);
+    ctlDSPlayer player(nullptr, MpvOutput::Headless);
+    player.resize(320, 257);
+    player.SetShowFFT(c.showFFT);
+    ASSERT_TRUE(player.OpenFile(c.video ? Clip() : Song()));
+    MpvSession* session = player.Session();
+    EXPECT_EQ(player.SpectrumRunning(), c.spectrum);
+    EXPECT_EQ(session->GetString("lavfi-complex").value_or("").contains("showcqt"), c.spectrum);
+    EXPECT_EQ(player.MediaWidth(), c.video ? 160 : 0);
+    if (c.spectrum) {
+      // mpv's video output takes the picture of the sound, and the sound plays on.
+      EXPECT_TRUE(WaitFor([&] { return session->GetInt("video-params/w").value_or(0) == 640; }));
+      EXPECT_TRUE(WaitFor([&] { return player.Position() > 0.2; }));
+      const std::array<int, 4> area{0, 0, 320, 257 - player.StatusBarHeight()};
+      EXPECT_EQ(player.VideoRect(), area);
+    }
+    ASSERT_TRUE(WaitFor([&] { return player.TickInterval() == c.restInterval; }));
+    player.CloseFile();
+    EXPECT_FALSE(player.SpectrumRunning());
+    EXPECT_EQ(player.Session(), nullptr);
+  }
+}
+
+// The sound settings as mpv receives them, and the window's full screen.
+TEST_F(PlayerCoreTest, BalanceSystemVolumeAndFullScreenReachMpvAndTheWindow) {
+  QWidget top;
+  auto* player = new ctlDSPlayer(&top, MpvOutput::Headless);
+  player->SetFullScreenMode(true);  // nothing open: no effect
+  EXPECT_FALSE(top.isFullScreen());
+  ASSERT_TRUE(player->OpenFile(Song()));
+  MpvSession& session = *player->Session();
+
+  // Positive attenuates the left side, negative the right, by hundredths of
+  // a decibel; mpv takes the filter on the mono song and plays stereo.
+  const std::pair<int, const char*> balances[] = {
+      {10000, "c0=0.000010*c0|c1=1.000000*c1"},
+      {-10000, "c0=1.000000*c0|c1=0.000010*c1"},
+      {2000, "c0=0.100000*c0|c1=1.000000*c1"},
+      {-600, "c0=1.000000*c0|c1=0.501187*c1"},
+      {0, ""},
+  };
+  for (const auto& [balance, pan] : balances) {
+    SCOPED_TRACE(balance);
+    player->SetBalance(balance);
+    const QString af = session.GetString("af").value_or("?");
+    EXPECT_TRUE(balance == 0 ? af.isEmpty() : af.contains(pan)) << af.toStdString();
+    if (balance != 0) {
+      EXPECT_TRUE(WaitFor([&] { return session.GetInt("audio-out-params/channel-count").value_or(0) == 2; }));
+    }
+  }
+
+  // No sound output has no speaker volume: the control keeps the one written
+  // for its bar and leaves the graph's volume alone.
+  ASSERT_TRUE(WaitFor([&] { return player->TickInterval() == 300; }));
+  EXPECT_FALSE(session.GetDouble("ao-volume").has_value());
+  player->SetControlSystemVolume(true);
+  player->ClearVolumeHistory();
+  player->SetAudioVolume(40);
+  EXPECT_EQ(player->AudioVolume(), 40);
+  EXPECT_EQ(player->StatusBar().AudioVolume(), 40);
+  EXPECT_TRUE(player->VolumeHistory().empty());
+  EXPECT_DOUBLE_EQ(session.GetDouble("volume").value_or(-1), 100);
+  player->SetControlSystemVolume(false);
+  EXPECT_EQ(player->AudioVolume(), 100);
+  EXPECT_EQ(player->StatusBar().AudioVolume(), 100);
+
+  // Writing follows the window; reading says False all the same.
+  top.show();
+  player->SetFullScreenMode(true);
+  EXPECT_TRUE(top.isFullScreen());
+  EXPECT_FALSE(player->FullScreenMode());
+  player->SetFullScreenMode(false);
+  EXPECT_FALSE(top.isFullScreen());
 }
 
 TEST_F(PlayerCoreTest, AFileMpvCannotOpenFailsWithTheDecoderMessage) {

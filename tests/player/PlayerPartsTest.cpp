@@ -24,6 +24,7 @@
 
 #include <fstream>
 #include <functional>
+#include <set>
 
 namespace zel {
 namespace {
@@ -138,18 +139,23 @@ TEST_F(PlayerPartsTest, WhatTheControlShowsAndItsScreenshots) {
 
   struct Case {
     const char* file;
-    QColor centre;  // of the picture on show; invalid for the video frame
+    bool fft;
+    QColor centre;  // of the picture on show; invalid for a frame of mpv's
     QString label;
     QSize shot;
   };
   const Case cases[] = {
-      {"covered.mp3", Qt::red, Q(StrPictureAlbumArt), {320, 240}},
-      {"bare.mp3", Qt::blue, "", {320, 240}},
-      {"clip.mp4", QColor(), "", {160, 120}},  // mpv's own frame, at the video's size
+      {"covered.mp3", false, Qt::red, Q(StrPictureAlbumArt), {320, 240}},
+      {"bare.mp3", false, Qt::blue, "", {320, 240}},
+      {"clip.mp4", false, QColor(), "", {160, 120}},  // mpv's own frame, at the video's size
+      {"clip.mp4", true, QColor(), "", {160, 120}},   // a video keeps its picture
+      {"covered.mp3", true, QColor(), "", {640, 360}},  // the spectrum, in place of the cover
   };
   for (const Case& c : cases) {
+    SCOPED_TRACE(testing::Message() << c.file << (c.fft ? " with the spectrum" : ""));
     ctlDSPlayer player(nullptr, MpvOutput::Headless);
     player.resize(320, 257);
+    player.SetShowFFT(c.fft);
     player.SetPause(true);
     ASSERT_TRUE(player.OpenFile(At(c.file))) << c.file;
     EXPECT_EQ(player.Picture().HasPicture(), c.centre.isValid()) << c.file;
@@ -158,19 +164,27 @@ TEST_F(PlayerPartsTest, WhatTheControlShowsAndItsScreenshots) {
     EXPECT_TRUE(WaitFor([&] { return !player.Picture().Transitioning() && !player.ShownFrame().isNull(); }));
     const QImage shown = player.ShownFrame();
     ASSERT_EQ(shown.size(), c.shot) << c.file;
-    if (c.centre.isValid()) EXPECT_EQ(shown.pixelColor(160, 120), c.centre) << c.file;
+    if (c.centre.isValid()) {
+      EXPECT_EQ(shown.pixelColor(160, 120), c.centre) << c.file;
+    } else {
+      // A drawn frame, not a blank one: the test pattern, or the spectrum.
+      const QImage rgb = shown.convertToFormat(QImage::Format_RGB32);
+      const auto* px = reinterpret_cast<const QRgb*>(rgb.constBits());
+      EXPECT_GT(std::set<QRgb>(px, px + rgb.width() * rgb.height()).size(), 3u);
+    }
 
     std::vector<std::string> grabbed;
     QObject::connect(&player, &ctlDSPlayer::ImageGrabbed, [&](QString file, int w, int h) {
       grabbed.push_back(S(QFileInfo(file).fileName()) + " " + std::to_string(w) + "x" + std::to_string(h));
     });
-    const QString shot = player.Screenshot(At("shots"), "png");
+    const QString shots = At(c.fft ? "spectrum shots" : "shots");
+    const QString shot = player.Screenshot(shots, "png");
     const std::string base = QFileInfo(At(c.file)).completeBaseName().toStdString();
     EXPECT_EQ(grabbed, std::vector<std::string>{base + "_00-00-00.000.png " + std::to_string(c.shot.width()) +
                                                 "x" + std::to_string(c.shot.height())});
     EXPECT_EQ(QImage(shot).size(), c.shot);
     // A second shot at the same time takes a free name.
-    EXPECT_NE(player.Screenshot(At("shots"), "png"), shot);
+    EXPECT_NE(player.Screenshot(shots, "png"), shot);
     player.CloseFile();
     EXPECT_FALSE(player.Picture().HasPicture());
   }

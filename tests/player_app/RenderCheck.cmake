@@ -1,7 +1,8 @@
 # The picture checks of the player on a virtual display, by the mean difference
 # of luma (0..255) between what zel-player shows and what it should show: the
 # frame at 2 s against ffmpeg's frame at 2 s, and an MP3's embedded cover
-# against the cover itself. Run by ctest with PLAYER, XVFB_RUN, FFMPEG and WORK set.
+# against the cover itself; and that the spectrum of the MP3 is drawn at all.
+# Run by ctest with PLAYER, XVFB_RUN, FFMPEG and WORK set.
 file(MAKE_DIRECTORY "${WORK}")
 
 function(run what)
@@ -11,15 +12,20 @@ function(run what)
   endif()
 endfunction()
 
-# Shows FILE at 2 s in zel-player and compares the shot, cut by SHOT_FILTER,
-# with REFERENCE cut by REFERENCE_FILTER.
-function(check_shot name file reference shot_filter reference_filter limit)
+# Shows FILE at 2 s in zel-player, with further options, into "shot NAME.png".
+function(shoot name file)
   execute_process(COMMAND "${XVFB_RUN}" -a -s "-screen 0 1280x720x24" env QT_QPA_PLATFORM=xcb
-                          "${PLAYER}" --shot "${WORK}/shot ${name}.png" --at 2 "${file}"
+                          "${PLAYER}" ${ARGN} --shot "${WORK}/shot ${name}.png" --at 2 "${file}"
                   RESULT_VARIABLE rc TIMEOUT 60)
   if(NOT rc EQUAL 0)
     message(FATAL_ERROR "zel-player wrote no picture of the ${name} (${rc})")
   endif()
+endfunction()
+
+# Shows FILE at 2 s and compares the shot, cut by SHOT_FILTER, with REFERENCE
+# cut by REFERENCE_FILTER.
+function(check_shot name file reference shot_filter reference_filter limit)
+  shoot(${name} "${file}")
   execute_process(COMMAND "${FFMPEG}" -v info -nostdin -i "${WORK}/shot ${name}.png" -i "${reference}"
                           -filter_complex "[0]${shot_filter}[a];[1]${reference_filter}[b];[a][b]blend=all_mode=difference,format=gray,signalstats,metadata=print:key=lavfi.signalstats.YAVG"
                           -f null -
@@ -50,3 +56,24 @@ run("the cover" "${FFMPEG}" -v error -nostdin -y -f lavfi -i testsrc=size=640x48
 run("the song" "${FFMPEG}" -v error -nostdin -y -f lavfi -i sine=duration=4 -i "${WORK}/cover.png"
     -map 0 -map 1 -c:a libmp3lame -c:v copy -id3v2_version 3 "${song}")
 check_shot(cover "${song}" "${WORK}/cover.png" "crop=400:300" "scale=608:456,crop=400:300" 5)
+
+# The spectrum has no reference picture: it must fill the shot, and the sine
+# must stand out in white; the note axis alone, drawn before any sound, stays
+# below luma 80.
+shoot(spectrum "${song}" --fft)
+execute_process(COMMAND "${FFMPEG}" -v info -nostdin -i "${WORK}/shot spectrum.png"
+                        -vf "format=gray,signalstats,metadata=print" -f null -
+                ERROR_VARIABLE log RESULT_VARIABLE rc)
+string(REGEX MATCH "Stream #0:0[^\n]*, ([0-9]+)x[0-9]+" size "${log}")
+set(width "${CMAKE_MATCH_1}")
+string(REGEX MATCH "YMIN=([0-9]+)" found_min "${log}")
+set(darkest "${CMAKE_MATCH_1}")
+string(REGEX MATCH "YMAX=([0-9]+)" found_max "${log}")
+set(brightest "${CMAKE_MATCH_1}")
+message(STATUS "spectrum: ${width} pixels wide, luma ${darkest} to ${brightest}")
+if(NOT found_min OR NOT found_max OR NOT width EQUAL 640)
+  message(FATAL_ERROR "the spectrum shot did not load or is not 640 wide\n${log}")
+endif()
+if(darkest GREATER 32 OR brightest LESS 160)
+  message(FATAL_ERROR "the spectrum shows no sound (luma ${darkest} to ${brightest})")
+endif()

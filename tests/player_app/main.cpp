@@ -6,7 +6,8 @@
 // video, or the cover of an audio file) and ends (the rendering check). --info
 // shows the facts panel beside the video (with --shot the whole window is
 // written, panel and bar included); --caption and --text set what an idle
-// player shows, with an empty FILE.
+// player shows, with an empty FILE. With --fft a file without video shows the
+// spectrum of its sound.
 #include "controls/Accessibility.h"
 #include "controls/FontText.h"
 #include "controls/Theme.h"
@@ -41,11 +42,13 @@ int main(int argc, char** argv) {
   const QCommandLineOption info("info", "show the facts panel; --shot then writes the whole window");
   const QCommandLineOption caption("caption", "what the idle player shows", "text");
   const QCommandLineOption text("text", "the line below the caption", "text");
+  const QCommandLineOption fft("fft", "show the spectrum of a file without video");
   parser.addOption(shot);
   parser.addOption(at);
   parser.addOption(info);
   parser.addOption(caption);
   parser.addOption(text);
+  parser.addOption(fft);
   parser.process(app);
   if (parser.positionalArguments().size() != 1) parser.showHelp(2);
   const QString file = parser.positionalArguments().front();
@@ -75,7 +78,11 @@ int main(int argc, char** argv) {
   window.show();
 
   const bool shooting = parser.isSet(shot);
-  player->SetPause(shooting);
+  // The spectrum of a paused file holds no sound yet: its shot is taken after
+  // a second of playing from --at, paused.
+  const bool playing = parser.isSet(fft);
+  player->SetPause(shooting && !playing);
+  player->SetShowFFT(parser.isSet(fft));
   if (file.isEmpty() && !shooting) return app.exec();
   if (!player->OpenFile(file)) {
     for (const QString& line : zel::ctlDSPlayer::FailureLines()) std::fprintf(stderr, "%s\n", line.toUtf8().constData());
@@ -91,11 +98,15 @@ int main(int argc, char** argv) {
   QTimer poll;
   QObject::connect(&poll, &QTimer::timeout, [&] {
     waited += 50;
-    if (std::abs(player->Position() - wanted) < 0.05 && !player->Picture().Transitioning()) settled += 50;
+    // The spectrum pauses once it drew a second of sound, so that the file
+    // cannot end under a slow poll.
+    if (playing && player->Status() == 1 && player->Position() >= wanted + 1) player->SetPause(true);
+    const bool there = playing ? player->Status() == 2 : std::abs(player->Position() - wanted) < 0.05;
+    if (there && !player->Picture().Transitioning()) settled += 50;
     // Some more turns of the event loop after the seek, so that its frame is
     // drawn before the grab.
     if (settled < 300 && waited < 10000) return;
-    const bool video = player->MediaWidth() > 0 || player->MediaHeight() > 0;
+    const bool video = player->MediaWidth() > 0 || player->MediaHeight() > 0 || player->SpectrumRunning();
     const QImage picture = parser.isSet(info) ? window.grab().toImage()
                            : video            ? player->VideoWidget()->grabFramebuffer()
                                               : player->Picture().Screen();
