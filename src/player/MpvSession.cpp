@@ -23,6 +23,9 @@ constexpr Option kCommon[] = {
     {"audio-display", "no"},
     // The subtitle file beside the medium is the control's own overlay.
     {"sub-auto", "no"},
+    // Without a sound device a file still plays, its picture and time move on;
+    // without this mpv ends a file whose only stream is its sound.
+    {"audio-fallback-to-null", "yes"},
 };
 constexpr Option kVideo[] = {{"vo", "libmpv"}};
 constexpr Option kHeadless[] = {{"vo", "null"}, {"ao", "null"}, {"hwdec", "no"}, {"gpu-hwdec-interop", "no"}};
@@ -49,6 +52,7 @@ MpvSession::MpvSession(MpvOutput output, const std::vector<std::pair<QString, QS
     for (const Option& o : kUntimed) set(o.name, o.value);
   }
   for (const auto& [name, value] : extra) set(name.toUtf8().constData(), value.toUtf8().constData());
+  if (getenv("ZEL_MPVLOG")) { set("log-file", getenv("ZEL_MPVLOG")); set("msg-level", "all=debug"); }
   if (mpv_initialize(handle_) < 0) {
     mpv_terminate_destroy(handle_);
     handle_ = nullptr;

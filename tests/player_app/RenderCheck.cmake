@@ -2,7 +2,7 @@
 # of luma (0..255) between what zel-player shows and what it should show: the
 # frame at 2 s against ffmpeg's frame at 2 s, and an MP3's embedded cover
 # against the cover itself; and that the spectrum of the MP3 is drawn at all.
-# Run by ctest with PLAYER, XVFB_RUN, FFMPEG and WORK set.
+# Run by ctest with PLAYER, WITH_XVFB, FFMPEG and WORK set.
 file(MAKE_DIRECTORY "${WORK}")
 
 function(run what)
@@ -14,7 +14,7 @@ endfunction()
 
 # Shows FILE at 2 s in zel-player, with further options, into "shot NAME.png".
 function(shoot name file)
-  execute_process(COMMAND "${XVFB_RUN}" -a -s "-screen 0 1280x720x24" env QT_QPA_PLATFORM=xcb
+  execute_process(COMMAND "${WITH_XVFB}" env QT_QPA_PLATFORM=xcb
                           "${PLAYER}" ${ARGN} --shot "${WORK}/shot ${name}.png" --at 2 "${file}"
                   RESULT_VARIABLE rc TIMEOUT 60)
   if(NOT rc EQUAL 0)

@@ -1,17 +1,27 @@
 #!/usr/bin/env bash
 # with_xvfb.sh COMMAND...: runs COMMAND on a virtual display of its own.
-# Xvfb chooses a free display itself (-displayfd) and says which once it
-# accepts clients, so tests started together never share or race for one the
-# way xvfb-run -a does.
+# xvfb-run -a and Xvfb -displayfd both take the lowest free number, so a test
+# starting while another's server shuts down can get that number and lose its
+# socket to the old server's clean-up. A random number far from the others,
+# tried again when taken, avoids both.
 set -euo pipefail
-fifo_dir=$(mktemp -d)
-trap 'kill "$xvfb" 2>/dev/null || true; wait "$xvfb" 2>/dev/null || true; rm -rf "$fifo_dir"' EXIT
-mkfifo "$fifo_dir/display"
-Xvfb -displayfd 3 -screen 0 1280x720x24 -nolisten tcp 3>"$fifo_dir/display" 2>"$fifo_dir/log" &
-xvfb=$!
-if ! read -r -t 30 number <"$fifo_dir/display"; then
-  echo "with_xvfb: Xvfb did not start" >&2
-  cat "$fifo_dir/log" >&2
-  exit 1
-fi
-DISPLAY=":$number" "$@"
+work=$(mktemp -d)
+xvfb=""
+trap '[ -n "$xvfb" ] && { kill "$xvfb" 2>/dev/null; wait "$xvfb" 2>/dev/null; }; rm -rf "$work"' EXIT
+mkfifo "$work/ready"
+for _ in $(seq 1 20); do
+  number=$((200 + RANDOM % 3000))
+  Xvfb ":$number" -displayfd 3 -screen 0 1280x720x24 -nolisten tcp 3>"$work/ready" 2>"$work/log" &
+  xvfb=$!
+  # The server writes its number once it takes clients; one that finds the
+  # number taken ends, and the read sees the pipe close empty.
+  if read -r -t 30 told <"$work/ready" && [ "$told" = "$number" ]; then
+    DISPLAY=":$number" "$@"
+    exit $?
+  fi
+  wait "$xvfb" 2>/dev/null || true
+  xvfb=""
+done
+echo "with_xvfb: no virtual display could be started" >&2
+cat "$work/log" >&2
+exit 1
