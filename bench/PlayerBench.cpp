@@ -19,6 +19,10 @@
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QEventLoop>
+#include <QOpenGLContext>
+#include <QOpenGLFunctions>
+#include <QOpenGLWidget>
+#include <QOpenGLWindow>
 #include <QTimer>
 #include <QWindow>
 
@@ -44,7 +48,7 @@ extern char** environ;
 
 namespace {
 
-constexpr int kClipSeconds = 15, kPlaySeconds = 10;
+constexpr int kClipSeconds = 15, kPlaySeconds = 10, kRate = 30;
 const QSize kWindow(1280, 720);
 
 std::string Folder() { return zel::TempDirectory() + "/zel-bench-player"; }
@@ -99,7 +103,7 @@ std::string Clip() {
   const std::string seconds = std::to_string(kClipSeconds);
   if (ffmpeg.empty() ||
       !Run({ffmpeg, "-v", "error", "-nostdin", "-y", "-f", "lavfi", "-i",
-            "testsrc2=size=1280x720:rate=30:duration=" + seconds, "-f", "lavfi", "-i",
+            "testsrc2=size=1280x720:rate=" + std::to_string(kRate) + ":duration=" + seconds, "-f", "lavfi", "-i",
             "sine=frequency=440:sample_rate=48000:duration=" + seconds, "-c:v", "libx264", "-preset", "fast",
             "-pix_fmt", "yuv420p", "-c:a", "aac", "-shortest", clip + ".part.mp4"})
            .ok) {
@@ -109,15 +113,19 @@ std::string Clip() {
   return clip;
 }
 
-// Turns the event loop until `done` or `ms` pass.
+// Turns the event loop until `done` or `ms` pass, looking every 20 ms: the
+// look costs this process's processor time too, so it stays rare.
 void WaitFor(const std::function<bool()>& done, int ms) {
+  if (done()) return;
+  QEventLoop loop;
   QElapsedTimer clock;
   clock.start();
-  while (!done() && clock.elapsed() < ms) {
-    QEventLoop loop;
-    QTimer::singleShot(5, &loop, &QEventLoop::quit);
-    loop.exec();
-  }
+  QTimer look;
+  QObject::connect(&look, &QTimer::timeout, &loop, [&] {
+    if (done() || clock.elapsed() >= ms) loop.quit();
+  });
+  look.start(20);
+  loop.exec();
 }
 
 // A top-level player of the window's size on the screen, ready to open.
@@ -149,24 +157,24 @@ std::vector<std::string> Mpv(const std::string& clip, const std::vector<std::str
                                 "--geometry=" + std::to_string(size.width()) + "x" + std::to_string(size.height()) +
                                     "+0+0",
                                 "--msg-time",
-                                "--msg-level=all=no,cplayer=v"};
+                                "--msg-level=all=no,cplayer=v,vo/gpu/x11=v,vo/gpu/opengl=v"};
   argv.insert(argv.end(), more.begin(), more.end());
   argv.push_back(clip);
   argv[0] = zel::FindOnPath("mpv");
   return argv;
 }
 
-// mpv's own time of its first frame on the screen, counted like OpenFile's
-// from the making of its handle: it logs the line once the output has shown
-// the frame. -1 when the log has none.
-double MpvFirstFrame(const std::string& log) {
+// The time in mpv's log of its first line holding `text`, counted like
+// OpenFile's from the making of its handle; -1 when the log has none.
+double MpvLogTime(const std::string& log, const std::string& text) {
   std::ifstream in(log);
-  std::stringstream text;
-  text << in.rdbuf();
+  std::string line;
+  static const std::regex stamp(R"(^\[\s*([0-9.]+)\])");
   std::smatch m;
-  const std::string all = text.str();
-  static const std::regex line(R"(\[\s*([0-9.]+)\]\s*\[cplayer\] first video frame after restart shown)");
-  return std::regex_search(all, m, line) ? std::stod(m[1].str()) : -1;
+  while (std::getline(in, line)) {
+    if (line.find(text) != std::string::npos && std::regex_search(line, m, stamp)) return std::stod(m[1].str());
+  }
+  return -1;
 }
 
 // Seconds from OpenFile to the first frame on the screen; -1 on failure.
@@ -185,8 +193,11 @@ double OpenToFirstFrame(zel::ctlDSPlayer& player, const std::string& clip) {
 // Each round opens the clip in a new control in its own window (the window is
 // on the screen first, as a host's is) and runs `mpv --frames=1` on it.
 // mpv_ms is mpv's own time from its handle to the frame shown, the peer of
-// ours_ms; mpv_process_ms adds starting and ending the program. reopen_ms is a
-// second file opened in the same control, whose OpenGL context then exists.
+// ours_ms; mpv_process_ms adds starting and ending the program. mpv_ms holds
+// the opening of its X display and EGL (mpv_gl_setup_ms), which this
+// application did once at its start, so ratio_without_gl_setup is the
+// stricter comparison. reopen_ms is a second file opened in the same control,
+// whose OpenGL context then exists.
 void BM_OpenToFirstFrame(benchmark::State& state) {
   const std::string clip = Clip();
   if (clip.empty() || zel::FindOnPath("mpv").empty()) {
@@ -194,7 +205,7 @@ void BM_OpenToFirstFrame(benchmark::State& state) {
     return;
   }
   const std::string log = Folder() + "/mpv-first.log";
-  double ours = 0, reopen = 0, mpv = 0, process = 0;
+  double ours = 0, reopen = 0, mpv = 0, process = 0, glSetup = 0;
   for (auto _ : state) {
     {
       std::unique_ptr<zel::ctlDSPlayer> player = ShownPlayer(true);
@@ -209,7 +220,10 @@ void BM_OpenToFirstFrame(benchmark::State& state) {
       reopen += again;
     }
     const Finished peer = Run(Mpv(clip, {"--frames=1"}), log);
-    const double peerFirst = MpvFirstFrame(log);
+    // mpv logs this once its output has shown the frame.
+    const double peerFirst = MpvLogTime(log, "first video frame after restart shown");
+    const double glOpen = MpvLogTime(log, "X11 opening display"), glReady = MpvLogTime(log, "GL_VERSION=");
+    if (glOpen >= 0 && glReady >= glOpen) glSetup += glReady - glOpen;
     if (!peer.ok || peerFirst < 0) {
       state.SkipWithError("mpv showed no frame (see zel-bench-player/mpv-first.log)");
       return;
@@ -222,7 +236,9 @@ void BM_OpenToFirstFrame(benchmark::State& state) {
   state.counters["reopen_ms"] = reopen * 1000 / n;
   state.counters["mpv_ms"] = mpv * 1000 / n;
   state.counters["mpv_process_ms"] = process * 1000 / n;
+  state.counters["mpv_gl_setup_ms"] = glSetup * 1000 / n;
   state.counters["ratio"] = ours / mpv;
+  if (mpv > glSetup) state.counters["ratio_without_gl_setup"] = ours / (mpv - glSetup);
 }
 BENCHMARK(BM_OpenToFirstFrame)->Iterations(3)->Unit(benchmark::kMillisecond)->UseRealTime();
 
@@ -240,8 +256,9 @@ std::string DropScript() {
 // Processor time (user + system, all threads) of opening the clip and playing
 // its first kPlaySeconds in real time: ours in this process from OpenFile
 // until the position passes that time, mpv as a child with --end, from its
-// start to its exit. frames is what the control drew; the drops of both say
-// whether either saved work by skipping frames.
+// start to its exit. frames is what the control drew and swaps how often its
+// window was put on the screen; the drops of both say whether either saved
+// work by skipping frames.
 void BM_PlayCpu720p(benchmark::State& state) {
   const std::string clip = Clip();
   if (clip.empty() || zel::FindOnPath("mpv").empty()) {
@@ -250,10 +267,12 @@ void BM_PlayCpu720p(benchmark::State& state) {
   }
   const std::string log = Folder() + "/mpv-play.log";
   const std::string script = DropScript();
-  double ours = 0, oursWall = 0, mpv = 0, mpvWall = 0, frames = 0, drops = 0, mpvDrops = 0;
+  double ours = 0, oursWall = 0, mpv = 0, mpvWall = 0, frames = 0, swaps = 0, drops = 0, mpvDrops = 0;
   for (auto _ : state) {
     {
       std::unique_ptr<zel::ctlDSPlayer> player = ShownPlayer(false);
+      long long swapped = 0;
+      QObject::connect(player->VideoWidget(), &QOpenGLWidget::frameSwapped, player.get(), [&] { ++swapped; });
       QElapsedTimer clock;
       clock.start();
       const double before = CpuSelf();
@@ -265,6 +284,7 @@ void BM_PlayCpu720p(benchmark::State& state) {
       ours += CpuSelf() - before;
       oursWall += static_cast<double>(clock.nsecsElapsed()) / 1e9;
       frames += static_cast<double>(player->VideoWidget()->FramesDrawn());
+      swaps += static_cast<double>(swapped);
       if (zel::MpvSession* session = player->Session()) {
         drops += static_cast<double>(session->GetInt("frame-drop-count").value_or(0) +
                                      session->GetInt("decoder-frame-drop-count").value_or(0));
@@ -293,10 +313,93 @@ void BM_PlayCpu720p(benchmark::State& state) {
   state.counters["ours_wall_s"] = oursWall / n;
   state.counters["mpv_wall_s"] = mpvWall / n;
   state.counters["frames"] = frames / n;
+  state.counters["swaps"] = swaps / n;
+  // Both skip frames they cannot draw in time, so the time per frame shown is
+  // the measure of the drawing path itself (mpv's shown frames: those of the
+  // played span less its drops).
+  const double mpvShown = n * kPlaySeconds * kRate - mpvDrops;
+  if (frames > 0 && mpvShown > 0) {
+    state.counters["ours_ms_per_frame"] = ours * 1000 / frames;
+    state.counters["mpv_ms_per_frame"] = mpv * 1000 / mpvShown;
+    state.counters["ratio_per_frame"] = (ours / frames) / (mpv / mpvShown);
+  }
   state.counters["drops"] = drops / n;
   state.counters["mpv_drops"] = mpvDrops / n;
 }
 BENCHMARK(BM_PlayCpu720p)->Iterations(2)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+// What Qt alone costs to put a frame of an OpenGL widget of the video's size
+// on the screen, 30 times a second, when the widget draws nearly nothing (one
+// clear): the part of each frame above that no mpv option can take away. The
+// widget's picture is composed into its window by two more drawing passes;
+// native_ms_per_frame is the same clear in an OpenGL window of its own, which
+// is shown without them.
+void Clear(int& shade) {
+  shade = (shade + 1) % 256;
+  QOpenGLContext::currentContext()->functions()->glClearColor(static_cast<float>(shade) / 255.0f, 0, 0, 1);
+  QOpenGLContext::currentContext()->functions()->glClear(GL_COLOR_BUFFER_BIT);
+}
+
+class ClearingWidget : public QOpenGLWidget {
+ public:
+  using QOpenGLWidget::QOpenGLWidget;
+
+ protected:
+  void paintGL() override { Clear(shade_); }
+
+ private:
+  int shade_ = 0;
+};
+
+class ClearingWindow : public QOpenGLWindow {
+ protected:
+  void paintGL() override { Clear(shade_); }
+
+ private:
+  int shade_ = 0;
+};
+
+// CPU milliseconds a frame of `update` run 30 times a second for 5 s, and the
+// frames that reached the screen.
+std::pair<double, long long> FrameCost(QObject* shown, const std::function<void()>& update) {
+  long long swapped = 0;
+  if (auto* w = qobject_cast<QOpenGLWidget*>(shown)) {
+    QObject::connect(w, &QOpenGLWidget::frameSwapped, w, [&] { ++swapped; });
+  } else if (auto* g = qobject_cast<QOpenGLWindow*>(shown)) {
+    QObject::connect(g, &QOpenGLWindow::frameSwapped, g, [&] { ++swapped; });
+  }
+  QTimer frame;
+  QObject::connect(&frame, &QTimer::timeout, update);
+  const double before = CpuSelf();
+  frame.start(1000 / kRate);
+  WaitFor([] { return false; }, 5000);
+  frame.stop();
+  const double cpu = CpuSelf() - before;
+  return {swapped > 0 ? cpu * 1000 / static_cast<double>(swapped) : 0, swapped};
+}
+
+void BM_QtWidgetFrameCost(benchmark::State& state) {
+  for (auto _ : state) {
+    QWidget window;
+    window.resize(kWindow);
+    auto* widget = new ClearingWidget(&window);
+    widget->setGeometry(QRect(QPoint(0, 0), VideoSize().isValid() ? VideoSize() : kWindow));
+    window.show();
+    WaitFor([&] { return window.windowHandle() != nullptr && window.windowHandle()->isExposed(); }, 5000);
+    const auto [cost, frames] = FrameCost(widget, [widget] { widget->update(); });
+    window.hide();
+    ClearingWindow native;
+    native.resize(widget->size());
+    native.show();
+    WaitFor([&] { return native.isExposed(); }, 5000);
+    const auto [nativeCost, nativeFrames] = FrameCost(&native, [&native] { native.update(); });
+    state.counters["ms_per_frame"] = cost;
+    state.counters["frames"] = static_cast<double>(frames);
+    state.counters["native_ms_per_frame"] = nativeCost;
+    state.counters["native_frames"] = static_cast<double>(nativeFrames);
+  }
+}
+BENCHMARK(BM_QtWidgetFrameCost)->Iterations(1)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 }  // namespace
 
