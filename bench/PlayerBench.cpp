@@ -38,6 +38,8 @@
 #include <string>
 #include <vector>
 
+#include <mpv/render_gl.h>
+
 #include "base/FileHelpers.h"
 #include "controls/FontText.h"
 #include "player/MpvSession.h"
@@ -400,6 +402,90 @@ void BM_QtWidgetFrameCost(benchmark::State& state) {
   }
 }
 BENCHMARK(BM_QtWidgetFrameCost)->Iterations(1)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+// mpv's render API into a native OpenGL window of its own, with no control
+// and no widget composition: what the control's path would cost if the video
+// were shown in a window of its own (the render API against mpv's own output).
+class RenderWindow : public QOpenGLWindow {
+ public:
+  explicit RenderWindow(zel::MpvSession& session) : session_(session) {}
+  ~RenderWindow() override {
+    makeCurrent();
+    if (render_ != nullptr) mpv_render_context_free(render_);
+    doneCurrent();
+  }
+  long long frames = 0;
+
+ protected:
+  void initializeGL() override {
+    mpv_opengl_init_params gl{[](void*, const char* name) -> void* {
+                                return reinterpret_cast<void*>(QOpenGLContext::currentContext()->getProcAddress(name));
+                              },
+                              nullptr};
+    mpv_render_param params[] = {{MPV_RENDER_PARAM_API_TYPE, const_cast<char*>(MPV_RENDER_API_TYPE_OPENGL)},
+                                 {MPV_RENDER_PARAM_OPENGL_INIT_PARAMS, &gl},
+                                 {MPV_RENDER_PARAM_INVALID, nullptr}};
+    if (mpv_render_context_create(&render_, session_.Handle(), params) < 0) render_ = nullptr;
+    if (render_ != nullptr) {
+      mpv_render_context_set_update_callback(
+          render_,
+          [](void* self) {
+            auto* window = static_cast<RenderWindow*>(self);
+            QMetaObject::invokeMethod(window, [window] { window->update(); }, Qt::QueuedConnection);
+          },
+          this);
+    }
+  }
+  void paintGL() override {
+    if (render_ == nullptr) return;
+    mpv_opengl_fbo fbo{static_cast<int>(defaultFramebufferObject()), width(), height(), 0};
+    int flipY = 1;
+    mpv_render_param params[] = {{MPV_RENDER_PARAM_OPENGL_FBO, &fbo},
+                                 {MPV_RENDER_PARAM_FLIP_Y, &flipY},
+                                 {MPV_RENDER_PARAM_INVALID, nullptr}};
+    mpv_render_frame_info next{};
+    mpv_render_context_get_info(render_, {MPV_RENDER_PARAM_NEXT_FRAME_INFO, &next});
+    mpv_render_context_render(render_, params);
+    if ((next.flags & MPV_RENDER_FRAME_INFO_PRESENT) != 0 && (next.flags & MPV_RENDER_FRAME_INFO_REDRAW) == 0) ++frames;
+  }
+
+ private:
+  zel::MpvSession& session_;
+  mpv_render_context* render_ = nullptr;
+};
+
+void BM_PlayCpu720pRenderApiWindow(benchmark::State& state) {
+  const std::string clip = Clip();
+  if (clip.empty()) {
+    state.SkipWithError("no ffmpeg to make the clip");
+    return;
+  }
+  double cpu = 0, frames = 0;
+  for (auto _ : state) {
+    auto session = std::make_unique<zel::MpvSession>(zel::MpvOutput::Video,
+                                                      std::vector<std::pair<QString, QString>>{{"ao", "null"}, {"hwdec", "no"}});
+    auto window = std::make_unique<RenderWindow>(*session);
+    window->resize(VideoSize().isValid() ? VideoSize() : kWindow);
+    window->show();
+    WaitFor([&] { return window->isExposed(); }, 5000);
+    window->update();
+    WaitFor([] { return false; }, 200);  // the render context exists before the file loads
+    const double before = CpuSelf();
+    session->SetFlag("pause", false);
+    session->LoadFile(QString::fromStdString(clip));
+    WaitFor([&] { return session->GetDouble("time-pos").value_or(0) >= kPlaySeconds; }, kPlaySeconds * 3000);
+    cpu += CpuSelf() - before;
+    frames += static_cast<double>(window->frames);
+    session->SetFlag("pause", true);
+    window.reset();
+    session.reset();
+  }
+  const auto n = static_cast<double>(state.iterations());
+  state.counters["cpu_s"] = cpu / n;
+  state.counters["frames"] = frames / n;
+  if (frames > 0) state.counters["ms_per_frame"] = cpu * 1000 / frames;
+}
+BENCHMARK(BM_PlayCpu720pRenderApiWindow)->Iterations(2)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 }  // namespace
 
