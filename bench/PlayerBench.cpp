@@ -34,7 +34,6 @@
 #include <functional>
 #include <memory>
 #include <regex>
-#include <sstream>
 #include <string>
 #include <vector>
 
