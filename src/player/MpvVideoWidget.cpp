@@ -18,7 +18,13 @@ void* ProcAddress(void* /*ctx*/, const char* name) {
 
 }  // namespace
 
-MpvVideoWidget::MpvVideoWidget(QWidget* parent) : QOpenGLWidget(parent) {}
+MpvVideoWidget::MpvVideoWidget(QWidget* parent) : QOpenGLWidget(parent) {
+  connect(this, &QOpenGLWidget::frameSwapped, this, [this] {
+    if (!firstFramePending_) return;
+    firstFramePending_ = false;
+    emit FirstFrameShown();
+  });
+}
 
 MpvVideoWidget::~MpvVideoWidget() {
   makeCurrent();
@@ -35,6 +41,8 @@ void MpvVideoWidget::Attach(MpvSession* session) {
   }
   if (session_ != nullptr) disconnect(session_, nullptr, this, nullptr);
   session_ = session;
+  framesDrawn_ = 0;
+  firstFramePending_ = false;
   if (session_ == nullptr) {
     update();
     return;
@@ -106,7 +114,14 @@ void MpvVideoWidget::paintGL() {
   mpv_render_param params[] = {{MPV_RENDER_PARAM_OPENGL_FBO, &fbo},
                                {MPV_RENDER_PARAM_FLIP_Y, &flipY},
                                {MPV_RENDER_PARAM_INVALID, nullptr}};
+  // Asked before the render, which takes the queued frame: whether this
+  // paint shows a new frame of the video rather than black or a redraw.
+  mpv_render_frame_info next{};
+  const bool fresh = mpv_render_context_get_info(render_, {MPV_RENDER_PARAM_NEXT_FRAME_INFO, &next}) >= 0 &&
+                     (next.flags & MPV_RENDER_FRAME_INFO_PRESENT) != 0 &&
+                     (next.flags & MPV_RENDER_FRAME_INFO_REDRAW) == 0;
   mpv_render_context_render(render_, params);
+  if (fresh && framesDrawn_++ == 0) firstFramePending_ = true;
 }
 
 }  // namespace zel

@@ -23,9 +23,15 @@ class MpvVideoWidget : public QOpenGLWidget {
   // when. nullptr detaches. A session that terminates detaches itself first.
   void Attach(MpvSession* session);
   bool Ready() const { return render_ != nullptr; }
+  // The new video frames drawn since the last Attach; mpv's redraws of a
+  // frame already shown do not count.
+  long long FramesDrawn() const { return framesDrawn_; }
 
  signals:
   void RenderReady();
+  // The session's first video frame is on the screen: drawn and the window's
+  // buffers swapped.
+  void FirstFrameShown();
 
  protected:
   void initializeGL() override;
@@ -39,6 +45,8 @@ class MpvVideoWidget : public QOpenGLWidget {
   QPointer<MpvSession> session_;
   mpv_render_context* render_ = nullptr;
   bool glReady_ = false;
+  long long framesDrawn_ = 0;
+  bool firstFramePending_ = false;
 };
 
 }  // namespace zel

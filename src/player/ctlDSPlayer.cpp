@@ -177,7 +177,7 @@ bool ctlDSPlayer::OpenFile(const QString& fileName) {
   if (fileName.isEmpty()) return false;
   if (status_ != PlayerStatus::Closed) CloseFile();
 
-  session_ = std::make_unique<MpvSession>(output_);
+  session_ = std::make_unique<MpvSession>(output_, mpvOptions_);
   MpvSession* const mine = session_.get();
   if (video_ != nullptr) video_->Attach(mine);
   // At rest no tick reads the time: the bar learns where a seek landed when

@@ -18,6 +18,7 @@
 #include <functional>
 #include <cmath>
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace zel {
@@ -245,6 +246,10 @@ class ctlDSPlayer : public QWidget {
   // more (frames, tracks).
   MpvSession* Session() const { return session_.get(); }
   MpvVideoWidget* VideoWidget() const { return video_; }
+  // Further mpv options for the handles of the files opened from now on, set
+  // after the player's own (so they win): a host without a sound device, or a
+  // measure that must run mpv as the peer it compares with ("ao", "null").
+  void SetMpvOptions(std::vector<std::pair<QString, QString>> options) { mpvOptions_ = std::move(options); }
 
   // Every volume written to mpv while fading or setting, in order: the
   // hundredths of a decibel and the percent that mpv then holds.
@@ -340,6 +345,7 @@ class ctlDSPlayer : public QWidget {
 
   MpvOutput output_;
   std::unique_ptr<MpvSession> session_;
+  std::vector<std::pair<QString, QString>> mpvOptions_;
   // A closed file whose sound still fades out before its handle goes.
   std::unique_ptr<MpvSession> retiring_;
   bool retiringSpectrum_ = false;

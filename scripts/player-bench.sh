@@ -1,0 +1,10 @@
+#!/usr/bin/env bash
+# The player's benchmarks on a virtual X display with Mesa's software OpenGL:
+# the control against the mpv program on the same 720p clip. Arguments after
+# the build folder go to Google Benchmark (e.g. --benchmark_filter=Cpu).
+set -euo pipefail
+
+build=${1:-$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)/build}
+shift || true
+exec xvfb-run -a -s "-screen 0 1280x720x24" \
+  env QT_QPA_PLATFORM=xcb LIBGL_ALWAYS_SOFTWARE=1 "$build/bin/zel_player_bench" "$@"
