@@ -4,7 +4,8 @@
 # the build folder go to Google Benchmark (e.g. --benchmark_filter=Cpu).
 set -euo pipefail
 
-build=${1:-$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)/build}
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+build=${1:-$root/build}
 shift || true
-exec xvfb-run -a -s "-screen 0 1280x720x24" \
+exec "$root/tests/support/with_xvfb.sh" \
   env QT_QPA_PLATFORM=xcb LIBGL_ALWAYS_SOFTWARE=1 "$build/bin/zel_player_bench" "$@"

@@ -52,7 +52,6 @@ MpvSession::MpvSession(MpvOutput output, const std::vector<std::pair<QString, QS
     for (const Option& o : kUntimed) set(o.name, o.value);
   }
   for (const auto& [name, value] : extra) set(name.toUtf8().constData(), value.toUtf8().constData());
-  if (getenv("ZEL_MPVLOG")) { set("log-file", getenv("ZEL_MPVLOG")); set("msg-level", "all=debug"); }
   if (mpv_initialize(handle_) < 0) {
     mpv_terminate_destroy(handle_);
     handle_ = nullptr;
