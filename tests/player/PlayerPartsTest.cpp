@@ -17,6 +17,7 @@
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QFileInfo>
+#include <QMimeData>
 #include <QMouseEvent>
 #include <QTest>
 
@@ -91,6 +92,94 @@ TEST_F(PlayerPartsTest, ADragOnTheBarMovesTheControlsMarksAndRaisesItsEvents) {
     player.CloseFile();  // the marks go without a TagsChanged
     EXPECT_EQ(player.SetTagStart() + player.SetTagEnd(), 0);
     EXPECT_EQ(events, std::vector<std::string>{"Update 0-0"});
+  }
+}
+
+// What the host learns of a pointer, a wheel and a drop on the control itself,
+// in order; a disabled control tells nothing and does not move.
+TEST_F(PlayerPartsTest, ThePointerTheWheelAndADropReachTheHostInOrder) {
+  ctlDSPlayer player(nullptr, MpvOutput::Headless);
+  player.resize(320, 257);
+  player.SetPause(true);
+  player.SetOLEDropMode(1);
+  ASSERT_TRUE(player.OpenFile(At("clip.mp4")));
+  player.SetTimeJumpValue(1);
+  std::vector<std::string> events;
+  auto mouse = [&](const char* word) {
+    return [&events, word](int button, int shift, int x, int y) {
+      events.push_back(std::string(word) + " " + std::to_string(button) + " " + std::to_string(shift) + " " +
+                       std::to_string(x) + "," + std::to_string(y));
+    };
+  };
+  auto word = [&](const char* w) { return [&events, w] { events.push_back(w); }; };
+  QObject::connect(&player, &ctlDSPlayer::MouseDown, mouse("Down"));
+  QObject::connect(&player, &ctlDSPlayer::MouseUp, mouse("Up"));
+  QObject::connect(&player, &ctlDSPlayer::Click, word("Click"));
+  QObject::connect(&player, &ctlDSPlayer::DblClick, word("DblClick"));
+  QObject::connect(&player, &ctlDSPlayer::MouseEnter, word("Enter"));
+  QObject::connect(&player, &ctlDSPlayer::ParentMouseEnter, word("ParentEnter"));
+  QObject::connect(&player, &ctlDSPlayer::MouseLeave, word("Leave"));
+  QObject::connect(&player, &ctlDSPlayer::ParentMouseLeave, word("ParentLeave"));
+  QObject::connect(&player, &ctlDSPlayer::MouseWheel, [&](int d) { events.push_back("Wheel " + std::to_string(d)); });
+  QObject::connect(&player, &ctlDSPlayer::OLEDragDrop, [&](QStringList files, int, int, int, int x, int y) {
+    events.push_back("Drop " + S(files.join('|')) + " " + std::to_string(x) + "," + std::to_string(y));
+  });
+  auto wheel = [&](int delta) {
+    QWheelEvent e(QPointF(50, 50), player.mapToGlobal(QPointF(50, 50)), {}, QPoint(0, delta), Qt::NoButton,
+                  Qt::NoModifier, Qt::NoScrollPhase, false);
+    QApplication::sendEvent(&player, &e);
+  };
+  // What a widget receives of a double click: the second press comes as the double click itself.
+  auto doubleClick = [&](QPointF at) {
+    for (const QEvent::Type type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease, QEvent::MouseButtonDblClick,
+                                    QEvent::MouseButtonRelease}) {
+      const Qt::MouseButtons held = type == QEvent::MouseButtonRelease ? Qt::NoButton : Qt::LeftButton;
+      QMouseEvent e(type, at, player.mapToGlobal(at), Qt::LeftButton, held, Qt::NoModifier);
+      QApplication::sendEvent(&player, &e);
+    }
+  };
+  auto drop = [&] {
+    QMimeData data;
+    data.setUrls({QUrl::fromLocalFile("/m/片 a.mp4"), QUrl::fromLocalFile("/m/b.srt"), QUrl("https://x/c.mp4")});
+    QDragEnterEvent enter(QPoint(30, 40), Qt::CopyAction, &data, Qt::NoButton, Qt::NoModifier);
+    QApplication::sendEvent(&player, &enter);
+    ASSERT_TRUE(enter.isAccepted());
+    QDropEvent e(QPointF(30, 40), Qt::CopyAction, &data, Qt::NoButton, Qt::NoModifier);
+    QApplication::sendEvent(&player, &e);
+  };
+  struct Case {
+    const char* name;
+    std::function<void()> act;
+    std::vector<std::string> events;
+    double position;
+  };
+  const std::vector<Case> cases = {
+      {"a click", [&] { QTest::mouseClick(&player, Qt::LeftButton, {}, {40, 30}); },
+       {"Down 1 0 40,30", "Up 1 0 40,30", "Click"}, 0},
+      {"a right click with Shift", [&] { QTest::mouseClick(&player, Qt::RightButton, Qt::ShiftModifier, {10, 20}); },
+       {"Down 2 1 10,20", "Up 2 1 10,20", "Click"}, 0},
+      {"a double click", [&] { doubleClick({5, 6}); },
+       {"Down 1 0 5,6", "Up 1 0 5,6", "Click", "Down 1 0 5,6", "DblClick", "Up 1 0 5,6", "Click"}, 0},
+      {"the wheel toward the user, twice, and away", [&] { wheel(-120), wheel(-120), wheel(120); },
+       {"Wheel 1", "Wheel 1", "Wheel 0"}, 1},
+      {"in and out", [&] {
+         QEnterEvent in(QPointF(1, 1), QPointF(1, 1), QPointF(1, 1));
+         QApplication::sendEvent(&player, &in);
+         QEvent out(QEvent::Leave);
+         QApplication::sendEvent(&player, &out);
+       }, {"ParentEnter", "Enter", "ParentLeave", "Leave"}, 1},
+      {"files dropped: the local ones", drop, {"Drop /m/片 a.mp4|/m/b.srt 30,40"}, 1},
+      {"disabled", [&] {
+         player.SetEnabled(false);
+         QTest::mouseClick(&player, Qt::LeftButton, {}, {40, 30});
+         wheel(-120);
+       }, {}, 1},
+  };
+  for (const Case& c : cases) {
+    events.clear();
+    c.act();
+    EXPECT_EQ(events, c.events) << c.name;
+    EXPECT_DOUBLE_EQ(player.Position(), c.position) << c.name;
   }
 }
 
@@ -269,10 +358,14 @@ TEST_F(PlayerPartsTest, TheFactsPanelBesideTheVideoAndTheIdleCaption) {
       player.SetShowMediaInfo(on);
       EXPECT_EQ(player.MediaInfoRect(), on ? side : QRect()) << c.file << on;
       const int light = DrawnPixels(player, side.adjusted(1, 0, 0, 0));
-      if (on) EXPECT_GT(light, 100) << c.file;
+      if (on) {
+        EXPECT_GT(light, 100) << c.file;
+      }
       if (!c.video) continue;
       EXPECT_EQ(player.VideoRect()[2], on ? 480 - panel : 480) << on;
-      if (!on) EXPECT_LT(light, 10);
+      if (!on) {
+        EXPECT_LT(light, 10);
+      }
     }
     player.SetShowMediaInfo(true);
     player.CloseFile();
