@@ -3,7 +3,9 @@
 # xvfb-run -a and Xvfb -displayfd both take the lowest free number, so a test
 # starting while another's server shuts down can get that number and lose its
 # socket to the old server's clean-up. A random number far from the others,
-# tried again when taken, avoids both.
+# tried again when taken, avoids both. Without -noreset the server starts over
+# whenever its last client leaves, and a client connecting in that moment
+# (the accessibility bus lets go of its display early) is refused.
 set -euo pipefail
 work=$(mktemp -d)
 xvfb=""
@@ -11,7 +13,7 @@ trap '[ -n "$xvfb" ] && { kill "$xvfb" 2>/dev/null; wait "$xvfb" 2>/dev/null; };
 mkfifo "$work/ready"
 for _ in $(seq 1 20); do
   number=$((200 + RANDOM % 3000))
-  Xvfb ":$number" -displayfd 3 -screen 0 1280x720x24 -nolisten tcp 3>"$work/ready" 2>"$work/log" &
+  Xvfb ":$number" -displayfd 3 -screen 0 1280x720x24 -nolisten tcp -noreset 3>"$work/ready" 2>"$work/log" &
   xvfb=$!
   # The server writes its number once it takes clients; one that finds the
   # number taken ends, and the read sees the pipe close empty.
