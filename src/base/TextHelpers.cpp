@@ -242,7 +242,11 @@ std::string FindTextBetween(std::string_view text, std::string_view startMark, s
 }
 
 std::string GetFileString(std::string_view text, std::string_view delimiter, int mode) {
-  if (text.ends_with(':')) return std::string(text.substr(0, text.size() - 1));
+  if (text.ends_with(':')) {
+    // A drive: a letter stands for itself, a device ("/dev/sr0:") by its name.
+    const std::string_view drive = text.substr(0, text.size() - 1);
+    return mode == 0 && delimiter == "." ? FileNameOf(drive) : std::string(drive);
+  }
   const size_t last = delimiter.empty() ? std::string_view::npos : text.rfind(delimiter);
   if (mode == 1) return std::string(last == std::string_view::npos ? text : text.substr(last + delimiter.size()));
   if (mode == 0 && delimiter == ".") {

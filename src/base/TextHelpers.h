@@ -82,7 +82,8 @@ std::string FindTextBetween(std::string_view text, std::string_view startMark, s
                             int startCount, int endCount);
 
 // Mode 1: after the last delimiter; mode 2: before it; mode 0 with "." the base
-// name of a path. A text ending in ":" (a drive) gives the text less that colon.
+// name of a path. A text ending in ":" (a drive) gives the text less that colon,
+// and as a base name the device's own name ("/dev/sr0:" -> "sr0").
 std::string GetFileString(std::string_view text, std::string_view delimiter, int mode);
 
 }  // namespace zel
