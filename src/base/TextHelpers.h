@@ -41,6 +41,12 @@ std::string ReplaceAllNoCase(std::string_view text, std::string_view find, std::
 // an empty text gives no parts.
 std::vector<std::string> Split(std::string_view text, std::string_view delimiter);
 
+// URL escapes: every byte but letters, digits, "-._~" and those in `keep`
+// becomes "%XX" (upper-case hex); decoding turns each "%XX" back into its byte
+// and leaves a "%" without two hex digits as it is.
+std::string PercentEncode(std::string_view text, std::string_view keep = {});
+std::string PercentDecode(std::string_view text);
+
 // The characters (code points of the UTF-8 text) of `text`, and its first
 // `count` of them; a character is never split.
 size_t CharacterCount(std::string_view text);
