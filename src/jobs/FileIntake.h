@@ -40,8 +40,9 @@ void RememberOpenFolder(const std::vector<std::string>& chosen);
 
 // What a dropped path stands for: a symlink its final target, a ".desktop" file
 // of Type=Link (URL=) or Type=Application (Exec= holding a file URL) the file
-// that URL names; any other path, and a shortcut whose target cannot be found
-// out, stands for itself. Nothing here needs the target to exist.
+// that URL names, whether or not it exists. Any other path stands for itself,
+// and so do a launcher without a file URL and a link whose target is missing
+// or whose links go round.
 std::string ResolveShortcut(const std::string& path);
 
 // ---- Folder scan ----
