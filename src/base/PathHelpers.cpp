@@ -29,6 +29,14 @@ std::string FileNameOf(std::string_view path) { return std::string(path.substr(N
 
 std::string BaseNameOf(std::string_view path) { return FileNameOf(SplitExtension(path).stem); }
 
+std::string DiscDeviceOf(std::string_view drive) {
+  if (drive.ends_with(':')) drive.remove_suffix(1);
+  if (drive.starts_with('/')) return std::string(drive);
+  std::string root;
+  for (const char c : drive) root += (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
+  return root + ":/";
+}
+
 std::string cPath(std::string_view path) {
   std::string result(path);
   if (!result.empty() && result.back() != '/') result += '/';

@@ -25,6 +25,11 @@ std::string FileNameOf(std::string_view path);
 // The file's name without its extension ("/v/a.b.avi" -> "a.b").
 std::string BaseNameOf(std::string_view path);
 
+// A disc drive as a task names it ("E:", "/dev/sr0:") as MEncoder's
+// -dvd-device takes it: a drive letter as its root in lower case ("e:/"), a
+// device as its path ("/dev/sr0").
+std::string DiscDeviceOf(std::string_view drive);
+
 // The path with a final "/" added when missing; "" stays "".
 std::string cPath(std::string_view path);
 

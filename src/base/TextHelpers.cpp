@@ -242,13 +242,57 @@ std::string FindTextBetween(std::string_view text, std::string_view startMark, s
 }
 
 std::string GetFileString(std::string_view text, std::string_view delimiter, int mode) {
-  if (text.ends_with(':')) return std::string(text.substr(0, text.size() - 1));
+  if (text.ends_with(':')) {
+    // A drive: a letter stands for itself, a device ("/dev/sr0:") by its name.
+    const std::string_view drive = text.substr(0, text.size() - 1);
+    return mode == 0 && delimiter == "." ? FileNameOf(drive) : std::string(drive);
+  }
   const size_t last = delimiter.empty() ? std::string_view::npos : text.rfind(delimiter);
   if (mode == 1) return std::string(last == std::string_view::npos ? text : text.substr(last + delimiter.size()));
   if (mode == 0 && delimiter == ".") {
     return BaseNameOf(text);
   }
   return std::string(last == std::string_view::npos ? text : text.substr(0, last));
+}
+
+std::string PercentEncode(std::string_view text, std::string_view keep) {
+  static constexpr char kHex[] = "0123456789ABCDEF";
+  std::string encoded;
+  encoded.reserve(text.size());
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    const bool plain = (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') || (byte >= '0' && byte <= '9') ||
+                       byte == '-' || byte == '.' || byte == '_' || byte == '~' ||
+                       keep.find(c) != std::string_view::npos;
+    if (plain) {
+      encoded += c;
+    } else {
+      encoded += '%';
+      encoded += kHex[byte >> 4];
+      encoded += kHex[byte & 0x0F];
+    }
+  }
+  return encoded;
+}
+
+std::string PercentDecode(std::string_view text) {
+  auto digit = [](char c) -> int {
+    if (c >= '0' && c <= '9') return c - '0';
+    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+    return -1;
+  };
+  std::string decoded;
+  decoded.reserve(text.size());
+  for (size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == '%' && i + 2 < text.size() && digit(text[i + 1]) >= 0 && digit(text[i + 2]) >= 0) {
+      decoded += static_cast<char>(digit(text[i + 1]) * 16 + digit(text[i + 2]));
+      i += 2;
+    } else {
+      decoded += text[i];
+    }
+  }
+  return decoded;
 }
 
 }  // namespace zel

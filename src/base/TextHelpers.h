@@ -41,6 +41,12 @@ std::string ReplaceAllNoCase(std::string_view text, std::string_view find, std::
 // an empty text gives no parts.
 std::vector<std::string> Split(std::string_view text, std::string_view delimiter);
 
+// URL escapes: every byte but letters, digits, "-._~" and those in `keep`
+// becomes "%XX" (upper-case hex); decoding turns each "%XX" back into its byte
+// and leaves a "%" without two hex digits as it is.
+std::string PercentEncode(std::string_view text, std::string_view keep = {});
+std::string PercentDecode(std::string_view text);
+
 // The characters (code points of the UTF-8 text) of `text`, and its first
 // `count` of them; a character is never split.
 size_t CharacterCount(std::string_view text);
@@ -82,7 +88,8 @@ std::string FindTextBetween(std::string_view text, std::string_view startMark, s
                             int startCount, int endCount);
 
 // Mode 1: after the last delimiter; mode 2: before it; mode 0 with "." the base
-// name of a path. A text ending in ":" (a drive) gives the text less that colon.
+// name of a path. A text ending in ":" (a drive) gives the text less that colon,
+// and as a base name the device's own name ("/dev/sr0:" -> "sr0").
 std::string GetFileString(std::string_view text, std::string_view delimiter, int mode);
 
 }  // namespace zel

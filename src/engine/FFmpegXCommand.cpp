@@ -396,8 +396,8 @@ std::string FFmpegX::ComposeFFmpeg(int pass, int rotate, const std::string& extr
   if (EndsWith(first, ":")) {
     // A disc is pulled by MEncoder from the core's folder and handed over a pipe.
     const std::string folder = FolderOf(core_);
-    command = Quoted(folder + "mencoder") + " -dvd-device " + LowerAscii(first) +
-              "/ dvd://1 -really-quiet -oac copy -ovc copy -o -|" + Quoted(core_) + " -v 1 -y -i -" + tail;
+    command = Quoted(folder + "mencoder") + " -dvd-device " + DiscDeviceOf(first) +
+              " dvd://1 -really-quiet -oac copy -ovc copy -o -|" + Quoted(core_) + " -v 1 -y -i -" + tail;
   } else {
     command = Quoted(core_) + " -v 1 -y -i " + Quoted(toolInput_) + tail;
   }

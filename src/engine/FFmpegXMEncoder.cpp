@@ -191,8 +191,8 @@ int SubtitlePosition(int align) {
 
 std::string Num(float value) { return FormatNumber(value); }
 
-// A disc drive such as "E:" as MEncoder reads it.
-std::string DiscDevice(std::string_view drive) { return "-dvd-device " + LowerAscii(drive) + "/ dvd://"; }
+// A disc drive such as "E:" or "/dev/sr0:" as MEncoder reads it.
+std::string DiscDevice(std::string_view drive) { return "-dvd-device " + DiscDeviceOf(drive) + " dvd://"; }
 
 }  // namespace
 

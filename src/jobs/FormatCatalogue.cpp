@@ -87,8 +87,22 @@ bool RowNames(std::string_view formats, std::string_view name) {
 bool InFilter(std::string_view path, std::string_view filter) {
   const size_t dot = path.rfind('.');
   const std::string_view extension = dot == std::string_view::npos ? path : path.substr(dot + 1);
-  if (extension.empty()) return false;
-  return Contains(LowerAscii(filter), "*." + LowerAscii(extension));
+  // A point in a folder's name leaves a "/" in what follows it.
+  if (extension.empty() || extension.find('/') != std::string_view::npos) return false;
+  // Whole entries only: "x.m" is no "*.mp4". A folder scan asks this of every
+  // file four times, so the filter is walked in place.
+  const std::string wanted = "*." + LowerAscii(extension);
+  size_t begin = 0;
+  while (begin <= filter.size()) {
+    size_t end = filter.find(';', begin);
+    if (end == std::string_view::npos) end = filter.size();
+    std::string_view entry = filter.substr(begin, end - begin);
+    while (!entry.empty() && entry.front() == ' ') entry.remove_prefix(1);
+    while (!entry.empty() && entry.back() == ' ') entry.remove_suffix(1);
+    if (entry.size() == wanted.size() && LowerAscii(entry) == wanted) return true;
+    begin = end + 1;
+  }
+  return false;
 }
 
 bool IsFormatRow(std::string_view row) { return !row.empty() && row != "-"; }

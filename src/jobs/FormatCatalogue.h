@@ -23,18 +23,25 @@ inline constexpr std::string_view SubtitleFormatList = "SRT|SSA|ASS|LRC|KSC|KRC|
 // The open dialog's image filter; a name in it is a picture format.
 inline constexpr std::string_view kImageFilter = "*.jpg; *.jpeg; *.gif; *.bmp; *.png; *.dib; *.tif; *.tiff; *.jpeg+thm";
 // The open dialog's other filters; the long lists end with the extensions
-// that today's tools read.
+// that the FFmpeg of today's distributions reads.
 inline constexpr std::string_view kVideoFilter =
     "*.rmvb; *.rm; *.avi; *.mp4; *.3gp; *.264; *.h264; *.avc; *.dat; *.qt; *.mov; *.mpg; *.mpeg; *.m1v; *.wmv; *.asf; "
     "*.mkv; *.flv; *.pmp; *.divx; *.xvid; *.3gp2; *.3g2; *.3gpp; *.fli; *.flc; *.m4v; *.dv; *.vob; *.ts; *.m2ts; "
     "*.mts; *.tp; *.trp; *.webm; *.ogv; *.ogm; *.f4v; *.swf; *.amv; *.nsv; *.mxf; *.y4m; *.m2v; *.evo; *.vp6; "
-    "*.avs";
+    "*.avs; *.m2t; *.m2p; *.mpe; *.mpv; *.vro; *.mod; *.tod; *.dif; *.mk3d; *.mj2; *.psp; *.ism; *.ismv; *.hevc; "
+    "*.h265; *.265; *.h26l; *.vc1; *.rcv; *.ivf; *.obu; *.nut; *.mjpg; *.mjpeg; *.wtv; *.dvr-ms; *.ivr; *.bik; "
+    "*.smk; *.roq; *.viv; *.xmv; *.gxf; *.mxg";
 inline constexpr std::string_view kAudioFilter =
     "*.mp3; *.wma; *.mp2; *.ac3; *.ogg; *.wav; *.aac; *.dts; *.aiff; *.au; *.ram; *.ra; *.cda; *.amr; *.m4a; *.mmf; "
-    "*.awb; *.flac; *.ape; *.mpc; *.audio; *.mpa; *.opus; *.oga; *.mka; *.wv; *.tta; *.aif; *.caf; *.spx";
+    "*.awb; *.flac; *.ape; *.mpc; *.audio; *.mpa; *.opus; *.oga; *.mka; *.wv; *.tta; *.aif; *.caf; *.spx; *.aifc; "
+    "*.m4b; *.m4r; *.isma; *.m2a; *.mp1; *.mpga; *.weba; *.3ga; *.snd; *.voc; *.w64; *.rf64; *.bwf; *.eac3; *.ec3; "
+    "*.dtshd; *.thd; *.mlp; *.adx; *.gsm; *.sln; *.sbc; *.oma; *.omg; *.aa3; *.shn; *.tak; *.ofr; *.vqf; *.dsf; "
+    "*.dff; *.xm; *.it; *.s3m; *.mptm";
 inline constexpr std::string_view kSubtitleFilter =
     "*.ssa; *.srt; *.ass; *.lrc; *.ksc; *.krc; *.smi; *.sami; *.snc; *.qly; *.utf; *.stl; *.vsf; *.dks; *.txt; *.stxt";
-// True when "*." + the extension of `path` is in `filter`, ignoring case.
+// True when "*." + the extension of `path` is one of the entries of `filter`,
+// ignoring case. A bare name without a point counts as an extension ("tif");
+// a file whose name has no point belongs to no filter.
 bool InFilter(std::string_view path, std::string_view filter);
 
 // "|"-separated lists in which "-" is a separator row.

@@ -259,4 +259,38 @@ inline constexpr Text StrDirectModeRefused = "不支持在影音直接切割或�
 // What the producer writes into a RealMedia file as its maker.
 inline constexpr Text StrProducerDescription = "影音工坊";
 
+
+// ---- File intake and the list commands ----
+inline constexpr Text StrFilterAllSupported = "所有支持的格式";
+inline constexpr Text StrFilterAllFiles = "所有文件格式";
+inline constexpr Text StrFilterVideo = "视频格式";
+inline constexpr Text StrFilterAudio = "音频格式";
+inline constexpr Text StrFilterSubtitle = "字幕格式";
+inline constexpr Text StrFilterImage = "图像格式";
+inline constexpr Text StrAddFolder = "添加目录";
+inline constexpr Text StrChooseFolderToAdd = "选择需要添加的目录";
+inline constexpr Text StrSearchFinished = "已经完成任务搜索。";
+inline constexpr Text StrOpticalDrives = "光盘驱动器";
+inline constexpr Text StrAddDiscQuestion = "是否添加为 DVD 光盘抓取任务？";
+inline constexpr Text StrDiscNote = "请注意：DVD 抓取不支持部分输出格式。";
+inline constexpr Text StrFileListTitle = "备选文件列表";
+inline constexpr Text StrTaskListTitle = "任务列表";
+inline constexpr Text StrAddToTaskList = "加到任务列表";
+inline constexpr Text StrAddAllFilesQuestion = "未选定任何文件，是否将所有文件添加为任务？";
+inline constexpr Text StrSelectInFileListFirst = "请先在文件列表内选定文件。";
+inline constexpr Text StrSelectInTaskListFirst = "请先在任务列表内选定文件";
+inline constexpr Text StrRemoveRow = "删除";
+inline constexpr Text StrRemoveRowQuestion = "是否从列表里删除这个项目？";
+inline constexpr Text StrClearList = "清除";
+inline constexpr Text StrClearListQuestion = "是否清除所有项目？";
+inline constexpr Text StrClearCutPoints = "清除时间点设置";
+inline constexpr Text StrClearPictureSettings = "清除画面设置";
+inline constexpr Text StrDeleteFilesQuestion = "是否删除所有文件？请注意，文件一旦被删除将无法恢复。";
+inline constexpr Text StrMoveFilesQuestion = "是否移动所有文件？";
+inline constexpr Text StrCopyFilesQuestion = "是否复制所有文件？";
+inline constexpr Text StrTargetExists = "目标文件已经存在，未被覆盖: ";
+inline constexpr Text StrCannotDeleteFile = "无法删除文件: ";
+inline constexpr Text StrCannotMoveFile = "无法移动文件: ";
+inline constexpr Text StrCannotCopyFile = "无法复制文件: ";
+
 }  // namespace zel

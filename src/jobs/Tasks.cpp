@@ -80,8 +80,6 @@ bool NamesFormat(std::string_view list, std::string_view format) {
   return false;
 }
 
-constexpr std::string_view kPictureKeys[] = {"VideoCropTop", "VideoCropBottom", "VideoCropLeft", "VideoCropRight",
-                                             "VideoPadTop",  "VideoPadBottom",  "VideoPadLeft",  "VideoPadRight"};
 constexpr std::string_view kCutKeys[] = {"SplitTimeStart", "SplitTimeEnd", "SplitPart"};
 
 // Keys only tell rows apart; a counter from the clock keeps them unique in a
@@ -129,8 +127,8 @@ bool WriteCutToSelectedTask(ListboxModel& tasks, std::string_view playerFile, st
   return true;
 }
 
-void AddToTaskList(ListboxModel& tasks, const std::string& path, FFmpegX* probe) {
-  const std::string text = BaseNameOf(path);
+std::string TaskComment(const std::string& path, FFmpegX* probe) {
+  if (SourceKindOf(path) == SourceKind::Disc) return path.substr(0, path.size() - 1);
   std::string comment = UpperAscii(ExtensionOf(path));
   if (probe != nullptr) {
     probe->SetFilename(path);
@@ -138,14 +136,19 @@ void AddToTaskList(ListboxModel& tasks, const std::string& path, FFmpegX* probe)
   } else {
     comment += ", " + SizeText(FileSize(path));
   }
+  return comment;
+}
+
+void AddToTaskList(ListboxModel& tasks, const std::string& path, FFmpegX* probe) {
+  const bool disc = SourceKindOf(path) == SourceKind::Disc;
   ListItem item;
   item.Key = NewTaskKey();
-  item.Text = text;
-  item.Comment = comment;
+  item.Text = disc ? FileNameOf(path.substr(0, path.size() - 1)) : BaseNameOf(path);
+  item.Comment = TaskComment(path, probe);
   item.Other = std::string(kEmptyCutRecord);
   item.Path = path;
   item.ShowComment = true;
-  item.TitleText = EndsWith(path, ":") ? "DVD" : "";
+  item.TitleText = disc ? "DVD" : "";
   if (SourceKindOf(path) == SourceKind::Video) item.Tag1Text = StrAutoAudioTag;
   tasks.AddItem(item);
 }
@@ -222,7 +225,7 @@ bool CheckTasks(const ListboxModel& tasks, const SettingReader& read, InfoList& 
     info.Add(StrInfoNotice, std::string(label) + " | " + std::string(StrIsSet));
   };
   bool picture = false;
-  for (std::string_view key : kPictureKeys) picture = picture || Val(read(key)) != 0;
+  for (std::string_view key : kPictureSettingKeys) picture = picture || Val(read(key)) != 0;
   if (picture) noteSet(StrLabelPicture);
   if (!read("VideoPadBorder").empty()) noteSet(StrLabelBorder);
   const std::string volume = read("AudioVolume");

@@ -2,6 +2,7 @@
 // the information list, and the check that a run may start.
 #pragma once
 
+#include <array>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -14,6 +15,12 @@ namespace zel {
 class FFmpegX;
 class JobHost;
 class ListboxModel;
+
+// The crop and pad settings of the picture, which the check notes and
+// "清除画面设置" sets back to "0".
+inline constexpr std::array<std::string_view, 8> kPictureSettingKeys{
+    "VideoCropTop", "VideoCropBottom", "VideoCropLeft", "VideoCropRight",
+    "VideoPadTop",  "VideoPadBottom",  "VideoPadLeft",  "VideoPadRight"};
 
 // What a source is, by its extension against the open dialog's filters.
 enum class SourceKind { Image, Subtitle, Video, Audio, Disc, Other };
@@ -38,8 +45,11 @@ bool WriteCutToSelectedTask(ListboxModel& tasks, std::string_view playerFile, st
 
 // One task row from a file: the base name as text, the comment from the upper
 // case extension and the file's data, the record "|||". `probe`, when given,
-// reads the file's data; without it the comment holds the size alone.
+// reads the file's data; without it the comment holds the size alone. A disc
+// ("/dev/sr0:") is titled "DVD", named after its device, and commented with it.
 void AddToTaskList(ListboxModel& tasks, const std::string& path, FFmpegX* probe = nullptr);
+// The comment a row of this source gets when it is made.
+std::string TaskComment(const std::string& path, FFmpegX* probe = nullptr);
 
 // The information list of the main window: lines "category | message", cleared
 // when it passes 1000 lines. The host shows each line as it comes.

@@ -29,6 +29,8 @@ TEST(PathHelpers, PartsOfAPath) {
   EXPECT_EQ(cPath("/out"), "/out/");
   EXPECT_EQ(cPath("/out/"), "/out/");
   EXPECT_EQ(cPath(""), "");
+  EXPECT_EQ(DiscDeviceOf("E:"), "e:/");
+  EXPECT_EQ(DiscDeviceOf("/dev/sr0:"), "/dev/sr0");
 }
 
 }  // namespace

@@ -52,6 +52,7 @@ TEST(TextHelpers, GetFileStringModes) {
   EXPECT_EQ(GetFileString("/v/clip.avi", "/", 0), "/v");
   EXPECT_EQ(GetFileString("clip", "/", 1), "clip");
   EXPECT_EQ(GetFileString("D:", ".", 1), "D");           // a drive keeps its letter in every mode
+  EXPECT_EQ(GetFileString("/dev/sr0:", ".", 0), "sr0");  // a device drive is named after the device
 }
 
 TEST(TextHelpers, SplitReplaceAndCase) {

@@ -126,6 +126,16 @@ TEST_F(CommandAssemblyTest, WholeCommandsOfTheFormatRows) {
     EXPECT_EQ(fresh.CommandToRun(), fresh.BuildCommand(c.pass)) << "a classic core runs the command as composed";
   }
   EXPECT_TRUE(DirectoryExists(dir / "out"));
+
+  // A drive of this system reaches MEncoder as its device, and the output is named after it.
+  FFmpegX disc;
+  disc.SetCore(core);
+  disc.SetFilename("/dev/sr0:");
+  disc.SetOutputDir(dir / "out");
+  disc.SetForceFormat("mp4");
+  EXPECT_EQ(disc.BuildCommand(0), Expand(R"(")" + dir.path() + R"(/mencoder" -dvd-device /dev/sr0 dvd://1)"
+                                         R"( -really-quiet -oac copy -ovc copy -o -|"$CORE" -v 1 -y -i -)"
+                                         R"( -re -f mp4 "$OUT/sr0.MP4")"));
 }
 
 TEST_F(CommandAssemblyTest, ProgressTextOverridingLineAndTestFile) {

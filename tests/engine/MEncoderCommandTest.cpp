@@ -63,6 +63,10 @@ TEST_F(MEncoderCommandTest, WholeCommandsOfTheFormatRows) {
          e.SetFilename("E:"); e.SetForceFormat("avi"); e.TimeStartPoint = 5; e.TimeEndPoint = 15; }, 0,
        R"( -ovc lavc -ffourcc DX50 -lavcopts vcodec=mpeg4:threads=0:turbo -oac mp3lame -lameopts cbr:br=0)"
        R"( -dvd-device e:/ dvd://1 -o "$OUT/E.AVI")"},
+      {"a drive of this system is read by its device and names the output", [](FFmpegX& e) {
+         e.SetFilename("/dev/sr0:"); e.SetForceFormat("avi"); }, 0,
+       R"( -ovc lavc -ffourcc DX50 -lavcopts vcodec=mpeg4:threads=0:turbo -oac mp3lame -lameopts cbr:br=0)"
+       R"( -dvd-device /dev/sr0 dvd://1 -o "$OUT/sr0.AVI")"},
       {"several sources, each with its range", [](FFmpegX& e) {
          e.SetFilename(e.Filename() + "|" + ReplaceAll(e.Filename(), "src.avi", "two.avi")); e.SetForceFormat("mkv");
          e.VideoBitRate = 800; e.AudioBitRate = 96; e.SetAudioChannels(2); e.SetAudioSampleRate(44100);
