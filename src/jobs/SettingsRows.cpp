@@ -710,7 +710,8 @@ bool RunSettingCommand(std::string_view key, SettingsPanelHost& host) {
 }
 
 void ApplySettingChange(std::string_view key, std::string_view value, SettingsPanelHost& host) {
-  if (RunSettingCommand(key, host)) return;
+  // Heads and notes have no key and nothing to store.
+  if (key.empty() || RunSettingCommand(key, host)) return;
   const std::string stored = IsColourKey(key) ? StoredColour(value) : std::string(value);
   WriteSetting(key, stored);
   for (const EffectEntry& entry : kEffects) {
