@@ -254,6 +254,238 @@ inline constexpr Text StrFinishOpen = "打开";
 inline constexpr Text StrAllTasksDone = "全部任务已完成。假如文件创建失败或设置无效，请按软件帮助检查并解决问题。";
 inline constexpr Text StrAllTasksDoneTitle = "全部任务已完成";
 
+// ---- The settings rows ----
+inline constexpr Text StrRowsClickLabelNote = "点击项目说明文字, 可以使相应项目设置恢复初始数值.";
+inline constexpr Text StrRowsAviSynthNote = "在主界面启用 AVS 支持可以打开更多设置项目";
+inline constexpr Text StrRowsCarefulNote = "谨慎修改，推荐默认值";
+inline constexpr Text StrShowSettingMainScreen = "主界面";
+inline constexpr Text StrAviSynthButtonOpen = "打开 AVS 支持";
+inline constexpr Text StrAviSynthButtonClose = "关闭 AVS 支持";
+inline constexpr Text StrCutHeadLength = "去开始";
+inline constexpr Text StrCutTailLength = "去结束";
+
+inline constexpr Text StrGroupKaraoke = "音乐视频设置";
+inline constexpr Text StrGroupVideo = "视频设置";
+inline constexpr Text StrGroupAudio = "音频设置";
+inline constexpr Text StrGroupSubtitle = "字幕设置";
+inline constexpr Text StrGroupImage = "图象设置";
+inline constexpr Text StrGroupGrabber = "视频截图设置";
+inline constexpr Text StrGroupOutput = "输出设置";
+inline constexpr Text StrGroupAdvanced = "高级设置";
+inline constexpr Text StrGroupCredits = "著作信息";
+inline constexpr Text StrGroupAviSynth = "AVS 支持";
+inline constexpr Text StrGroupAvsSubtitle = "字幕文字设置";
+inline constexpr Text StrGroupAvsLogoText = "标志文字设置";
+inline constexpr Text StrGroupAvsBanner = "滚动文字设置";
+inline constexpr Text StrGroupAvsLogoImage = "标志图片设置";
+inline constexpr Text StrGroupAvsInsertImage = "图片广告插入";
+inline constexpr Text StrGroupAvsInsertVideo = "视频广告插入";
+inline constexpr Text StrGroupAvsLayOver = "存在内容覆盖";
+inline constexpr Text StrGroupAvsAudioReplace = "音频部分替换";
+inline constexpr Text StrGroupPlayer = "播放器设置";
+inline constexpr Text StrGroupShortcuts = "创建快捷方式";
+inline constexpr Text StrGroupTools = "工具设置";
+inline constexpr Text StrGroupProgram = "程序设置";
+inline constexpr Text StrGroupGuide = "快速使用向导";
+inline constexpr Text StrGuideHint = "按顺序点击向导项目可以快速开始";
+
+// The choices of the rows whose values are words.
+inline constexpr Text StrChoiceYesNo = "是|否";
+inline constexpr Text StrChoiceKaraokeStyle = "没有效果|渐变显示|逐字显示";
+inline constexpr Text StrChoiceX264Mode = "恒定质量模式|恒定量化模式";
+inline constexpr Text StrChoiceAutoSubtitle = "不处理|生成文件|生成文件和字幕流";
+inline constexpr Text StrChoiceGrabberFinished = "无|提示|声音|气泡|打开";
+inline constexpr Text StrChoiceSplitMode = "点到点|去头尾";
+inline constexpr Text StrChoiceAspect = "比例缩放|拉伸画面|居中缩放";
+inline constexpr Text StrChoiceRepeat = "单次|重复";
+inline constexpr Text StrRepeatAlways = "重复";
+// The picture transitions in the order the player numbers them, from -2.
+inline constexpr Text StrChoiceTransitions =
+    "随机平移|随机|无|渐变|向右切入|向下切入|向左切入|向上切入|向右渐变切入|向下渐变切入|向左渐变切入|向上渐变切入|"
+    "向右渐变推入|向下渐变推入|向左渐变推入|向上渐变推入|向右下渐变推入|向左下渐变推入|向左上渐变推入|向右上渐变推入|"
+    "向右平移|向下平移|向左平移|向上平移|渐变缩放|渐变缩小|渐变打开";
+inline constexpr Text StrChoiceShowSetting = "主界面|设置窗口";
+
+// The label of each settings row by its key.
+struct SettingLabel {
+  Text key;
+  Text label;
+};
+inline constexpr auto StrSettingLabels = std::to_array<SettingLabel>({
+    {"KTVMusicFileName", "音乐文件"},
+    {"KTVSubtitleFileName", "全局字幕"},
+    {"KTVSubtitleFont", "字体设置"},
+    {"KTVSubtitleForeColor", "字幕颜色"},
+    {"KTVSubtitleEffectColor", "效果颜色"},
+    {"KTVSubtitleShadowColor", "边框颜色"},
+    {"KTVSubtitleOutline", "边框宽度"},
+    {"KTVSubtitleAlpha", "透明程度"},
+    {"KTVSubtitleSpeed", "显示速度"},
+    {"KTVSubtitleStyle", "显示样式"},
+    {"VideoCodec", "视频编码"},
+    {"VideoSize", "画面尺寸"},
+    {"VideoBitrate", "视频码率"},
+    {"VideoFrame", "视频帧率"},
+    {"VideoAspect", "视频比例"},
+    {"VideoPadBorder", StrLabelBorder},
+    {"Deinterlace", "视频反交错"},
+    {"Twopass", "2Pass 编码"},
+    {"x264QualityMode", "x264 编码模式"},
+    {"MultiVideoTrackSupport", "多视频流支持"},
+    {"AudioCodec", "音频编码"},
+    {"AudioBitrate", "音频码率"},
+    {"AudioSample", "音频采样"},
+    {"AudioChannels", "音频声道"},
+    {"AudioVolume", StrLabelVolume},
+    {"MultiAudioTrackSupport", "多音频流支持"},
+    {"SubtitleCodec", "字幕编码"},
+    {"SubtitleLang", "语言代码"},
+    {"SubtitleTag", "字幕标记"},
+    {"SubtitleOffset", "字幕时间偏移"},
+    {"AutoAddSubtitleTrack", "来源字幕文件"},
+    {"AutoAddSubtitleTrackLang", "MP4 字幕流语言"},
+    {"MultiSubtitleTrackSupport", "多字幕流支持"},
+    {"SubtitleBIG5ToGB", "BIG5 -> GB 转换"},
+    {"SubtitleEncodeFormat", "字幕保存编码格式"},
+    {"ImageSize", "画面尺寸"},
+    {"ImageQuality", "图片品质"},
+    {"VideoCropTop", "切除顶边"},
+    {"VideoCropBottom", "切除底边"},
+    {"VideoCropLeft", "切除左边"},
+    {"VideoCropRight", "切除右边"},
+    {"ResetCrop", "全部置零"},
+    {"VideoPadTop", "添加顶边"},
+    {"VideoPadBottom", "添加底边"},
+    {"VideoPadLeft", "添加左边"},
+    {"VideoPadRight", "添加右边"},
+    {"ResetPad", "全部置零"},
+    {"VideoPadColor", "边框颜色"},
+    {"ImageGrabber", "自动创建预览"},
+    {"ImageGrabberThumbMatrix", "截图行列参数"},
+    {"ImageGrabberThumbSpacing", "单帧间隔距离"},
+    {"ImageGrabberMaxWidth", "单帧最大宽度"},
+    {"ImageGrabberForeColor", "截图前景颜色"},
+    {"ImageGrabberBackColor", "截图背景颜色"},
+    {"ImageGrabberCommentString", "截图注脚信息"},
+    {"ImageGrabberShowTimeString", "显示时间信息"},
+    {"ImageGrabberFinished", "截图完成事件"},
+    {"FileExistsOverwrite", "覆盖同名文件"},
+    {"SourceFormat", "自动判断格式"},
+    {"FileSuffix", StrLabelContainer},
+    {"FileNameAddStringBefore", "文件名前插入字符"},
+    {"FileNameAddStringAfter", "文件名尾插入字符"},
+    {"JoinAllTask", "合并输出文件"},
+    {"JoinAllTaskAndClean", "合并输出清理"},
+    {"SplitMode", "剪切处理模式"},
+    {"TimeStamp", "设置时间戳"},
+    {"CopyTimeStamps", "复制时间戳"},
+    {"AdditionalScripts", "转换命令扩展"},
+    {"AdditionalPass1Scripts", "Pass 1 命令扩展"},
+    {"InfoTitle", "标题信息"},
+    {"InfoAuthor", "作者信息"},
+    {"InfoCopyright", "版权信息"},
+    {"AVSEnable", "启用AVS支持"},
+    {"AVSFileJoin", "视频合并输出"},
+    {"AVSSubtitle", "启用字幕支持"},
+    {"AVSSubtitleFormat", "字幕控制"},
+    {"AVSSubtitleFont", "字体设置"},
+    {"AVSSubtitleColor", "字幕颜色"},
+    {"AVSOverallSubtitle", "全局字幕"},
+    {"AVSLogoText", "启用标志文字"},
+    {"AVSLogoTextString", "文本水印文字"},
+    {"AVSLogoTextFont", "文本字体设置"},
+    {"AVSLogoTextColor", "文本水印颜色"},
+    {"AVSLogoTextTimeStart", "开始显示时间"},
+    {"AVSLogoTextTimeEnd", "结束显示时间"},
+    {"AVSLogoTextAlign", "文本显示位置"},
+    {"AVSBanner", "启用滚动文字"},
+    {"AVSBannerString", "滚动水印文本"},
+    {"AVSBannerFont", "滚动字体设置"},
+    {"AVSBannerColor", "滚动文本颜色"},
+    {"AVSBannerTimeStart", "开始显示时间"},
+    {"AVSBannerTimeEnd", "结束显示时间"},
+    {"AVSLogoImage", "启用标志图片"},
+    {"AVSLogoImageFileName", "标志图片来源"},
+    {"AVSLogoImagePosition", "标志图片位置"},
+    {"AVSInsertImage", "启用图片广告"},
+    {"AVSInsertImageFileName", "图片广告来源"},
+    {"AVSInsertImagePosition", "图片广告位置"},
+    {"AVSInsertImageTime", "图片广告长度"},
+    {"AVSInsertVideo", "启用视频插入"},
+    {"AVSInsertVideoFileName", "视频插入来源"},
+    {"AVSInsertVideoPosition", "插入时间位置"},
+    {"AVSLayOver", "启用内容覆盖"},
+    {"AVSLayOverColor", "内容覆盖颜色"},
+    {"AVSLayOverValue", "内容覆盖位置"},
+    {"AVSAudioReplace", "启用音频替换"},
+    {"AVSAudioReplaceFileName", "音频替换来源"},
+    {"AVSAudioReplaceVolume", "音频替换比例"},
+    {"MediaPlayNow", "影音格式单击播放"},
+    {"Aspect", "画面显示模式"},
+    {"SuffixChange", "播放容器修正"},
+    {"SubtitleTimeOffset", "字幕时间偏移"},
+    {"TimeJumpValue", "秒进秒退数值"},
+    {"PlayerRepeat", "播放模式"},
+    {"SystemVolume", "WinXP 下控制系统音量"},
+    {"AlwaysShowStatusBarWhenMaximize", "最大时显示进度栏"},
+    {"AllowLoadSubtitle", "允许载入字幕"},
+    {"ImageTransEffects", "渐变"},
+    {"MediaPlayerFontName", "播放器字体"},
+    {"CompareWindowVerticalLayout", "视频对比垂直布局"},
+    {"ShowTip", "显示选择窗口"},
+    {"CheckMediaInfo", "载入来源预览"},
+    {"ShowSystemScrollBar", "系统滚动条"},
+    {"ShowItemFocus", "项目焦点框"},
+    {"ShowSystemEffect", "界面特效"},
+    {"HideWindowWhenMinimized", "最小化时隐藏窗口"},
+    {"ShowSetting", "显示常用设置"},
+    {"StatusRefreshInterval", "进度刷新间隔"},
+    {"MaxThreads", "最大使用线程"},
+    {"Log", "启用转换日志"},
+    {"ShowStatus", "显示日志窗口"},
+    {"DoNotIgnoreError", "检测错误"},
+    {"InitialNewSetting", "版本更新时初始化"},
+});
+
+// The shortcut rows, by whether the shortcut is there, and what they report.
+inline constexpr Text StrShortcutDesktopCreate = "在桌面创建快捷方式";
+inline constexpr Text StrShortcutDesktopRemove = "移除桌面快捷方式";
+inline constexpr Text StrShortcutOpenWithCreate = "增加快捷方式到发送到菜单";
+inline constexpr Text StrShortcutOpenWithRemove = "移除发送到菜单快捷方式";
+inline constexpr Text StrShortcutCreated = "快捷方式已经创建。";
+inline constexpr Text StrShortcutRemoved = "快捷方式已经移除。";
+inline constexpr Text StrShortcutFailed = "无法写入快捷方式: ";
+
+// The file kinds the file rows' dialogs offer.
+inline constexpr Text StrFilterAudioFiles = "音频文件";
+inline constexpr Text StrFilterVideoFiles = "视频文件";
+inline constexpr Text StrFilterImageFiles = "图片文件";
+inline constexpr Text StrFilterSubtitleFiles = "字幕文件";
+inline constexpr Text StrFilterAllFiles = "所有文件";
+
+// The quick guide: the number of a step is put before its label with this mark.
+inline constexpr Text StrGuideNumberMark = "、";
+inline constexpr Text StrGuideAddFiles = "添加文件";
+inline constexpr Text StrGuideAddFilesHint = "添加文件到列表";
+inline constexpr Text StrGuideJoinOrder = "排列合并顺序";
+inline constexpr Text StrGuideJoinOrderHint = "文件按列表顺序合并，调整任务的先后";
+inline constexpr Text StrGuideMusicFile = "选择音乐文件";
+inline constexpr Text StrGuideMusicFileHint = "设置音乐影片使用的音乐";
+inline constexpr Text StrGuideLyricFile = "选择歌词文件";
+inline constexpr Text StrGuideLyricFileHint = "设置随音乐显示的歌词字幕";
+inline constexpr Text StrGuidePreview = "预览播放";
+inline constexpr Text StrGuidePreviewHint = "播放被选定的打开文件";
+inline constexpr Text StrGuideCutPoints = "设置开始点、结束点或分段数";
+inline constexpr Text StrGuideCutPointsHint = "设置切割参数";
+inline constexpr Text StrGuideOutputFolder = "设置保存目录";
+inline constexpr Text StrGuideOutputFolderHint = "设置输出文件的路径";
+inline constexpr Text StrGuideMoreSettings = "更多详细设置";
+inline constexpr Text StrGuideMoreSettingsHint = "进入设置窗口修改更多自定义设置";
+inline constexpr Text StrGuideStart = "开始执行操作";
+inline constexpr Text StrGuideStartHint = "开始执行所有任务";
+inline constexpr Text StrGuideBrowseOutput = "浏览保存目录";
+inline constexpr Text StrGuideBrowseOutputHint = "用系统默认方式浏览保存目录";
+
 // ---- Direct cut and join, RealMedia job ----
 inline constexpr Text StrDirectModeRefused = "不支持在影音直接切割或合并模式下执行该操作";
 // What the producer writes into a RealMedia file as its maker.
