@@ -130,6 +130,8 @@ class ListboxModel {
   void SetItemMode(int index, int32_t v) { Put(index, &ListItem::ItemMode, v); }
   std::string FileFilter(int index) const { return Get(index, &ListItem::FileFilter); }
   void SetFileFilter(int index, std::string_view v) { Put(index, &ListItem::FileFilter, v); }
+  bool ShowProgressBar(int index) const { return Get(index, &ListItem::ShowProgressBar); }
+  void SetShowProgressBar(int index, bool v) { Put(index, &ListItem::ShowProgressBar, v); }
   bool FileClear(int index) const { return Get(index, &ListItem::FileClear); }
   void SetFileClear(int index, bool v) { Put(index, &ListItem::FileClear, v); }
   std::string Tag1Text(int index) const { return Get(index, &ListItem::Tag1Text); }

@@ -29,6 +29,35 @@ inline constexpr Text StrAviSynthOptional = "可选，如启用 AVS 支持请安
 inline constexpr Text StrCancelJobBeforeQuit = "请先取消正在进行的任务后再退出程序！";
 inline constexpr Text StrQuitNow = "是否立即退出程序？";
 
+// ---- The main window ----
+inline constexpr Text StrWindowDropHere = "将视频、音频、图片或字幕文件拖放到这里";
+inline constexpr Text StrWindowInfoList = "信息";
+inline constexpr Text StrWindowIdle = "准备就绪";
+inline constexpr Text StrFieldOutputFolder = "输出目录";
+inline constexpr Text StrFieldOutputFolderNull = "来源文件目录";
+inline constexpr Text StrFieldFormat = "输出格式";
+inline constexpr Text StrSplitCutHead = "去开始";
+inline constexpr Text StrSplitCutTail = "去结束";
+inline constexpr Text StrButtonAddFiles = "添加文件";
+inline constexpr Text StrButtonSettings = "设置";
+inline constexpr Text StrButtonLog = "日志";
+inline constexpr Text StrButtonResults = "结果";
+inline constexpr Text StrButtonProfiles = "方案";
+inline constexpr Text StrButtonPause = "暂停";
+inline constexpr Text StrButtonResume = "继续";
+inline constexpr Text StrButtonMinimize = "最小化";
+inline constexpr Text StrButtonMaximize = "最大化";
+inline constexpr Text StrButtonClose = "关闭";
+inline constexpr Text StrButtonBack = "返回";
+inline constexpr Text StrPanelSettings = "全部设置";
+inline constexpr Text StrPanelLog = "转换日志";
+inline constexpr Text StrPanelResults = "处理结果";
+inline constexpr Text StrPanelProfiles = "预置转换方案";
+inline constexpr Text StrPreviewPlayerName = "预览播放器";
+inline constexpr Text StrStatusField = "状态";
+inline constexpr Text StrOpenFilesTitle = "添加文件";
+inline constexpr Text StrAboutTools = "工具";
+
 // ---- Settings reset ----
 inline constexpr Text StrResetAllQuestion = "是否初始化程序设置? 程序将在初始化设置后关闭，请重新启动程序。";
 inline constexpr Text StrRestartToApply = "请立即重新启动程序以应用新的程序设置。";
@@ -461,7 +490,6 @@ inline constexpr Text StrFilterAudioFiles = "音频文件";
 inline constexpr Text StrFilterVideoFiles = "视频文件";
 inline constexpr Text StrFilterImageFiles = "图片文件";
 inline constexpr Text StrFilterSubtitleFiles = "字幕文件";
-inline constexpr Text StrFilterAllFiles = "所有文件";
 
 // The quick guide: the number of a step is put before its label with this mark.
 inline constexpr Text StrGuideNumberMark = "、";

@@ -1,0 +1,51 @@
+// zel [--karaoke] [FILE...]: the desktop program. Files and folders named on the
+// command line are added to the task list once the window stands.
+#include "app/frmMain.h"
+#include "app/frmStartUp.h"
+#include "controls/Accessibility.h"
+#include "controls/FontText.h"
+#include "controls/QtText.h"
+#include "jobs/StartUp.h"
+#include "player/PlayerAccessibility.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QFileInfo>
+
+#include <clocale>
+#include <memory>
+
+int main(int argc, char** argv) {
+  QApplication app(argc, argv);
+  // libmpv reads numbers in the C form; Qt has set the user's by now.
+  std::setlocale(LC_NUMERIC, "C");
+  zel::InstallFontFallbacks();
+  zel::InstallAccessibility();
+  zel::InstallPlayerAccessibility();
+
+  zel::StartOptions options;
+  QStringList files;
+  for (const QString& argument : app.arguments().mid(1)) {
+    if (argument == "--karaoke") {
+      options.karaoke = true;
+    } else {
+      files << QFileInfo(argument).absoluteFilePath();
+      options.files.push_back(zel::S(argument));
+    }
+  }
+
+  auto window = std::make_unique<zel::frmMain>();
+  std::unique_ptr<zel::frmStartUp> splash;
+  if (files.isEmpty()) {
+    splash = std::make_unique<zel::frmStartUp>();
+    splash->show();
+    QObject::connect(&window->Host(), &zel::WindowHost::SplashTextChanged, splash.get(), &zel::frmStartUp::SetText);
+    QApplication::processEvents();
+  }
+  if (zel::Main(window->Host(), options) != zel::StartResult::Ready) return 1;
+  window->FormLoad(files);
+  splash.reset();
+  const int code = app.exec();
+  window.reset();
+  return code;
+}
