@@ -106,7 +106,7 @@ frmMain::frmMain(MpvOutput playerOutput, QWidget* parent) : QWidget(parent), pla
   auto* toolbar = new QHBoxLayout();
   toolbar->setContentsMargins(8, 0, 8, 0);
   for (ctlButton* b : {addButton_, removeButton_, clearButton_, settingsButton_, logButton_, resultsButton_,
-                       profilesButton_}) {
+                       profilesButton_, avsButton_}) {
     toolbar->addWidget(b);
   }
   toolbar->addStretch(1);
@@ -205,14 +205,17 @@ void frmMain::BuildToolbar() {
   logButton_ = MakeButton(this, StrButtonLog);
   resultsButton_ = MakeButton(this, StrButtonResults);
   profilesButton_ = MakeButton(this, StrButtonProfiles);
+  avsButton_ = MakeButton(this, StrAviSynthButtonOpen);
   for (ctlButton* b : {addButton_, removeButton_, clearButton_, settingsButton_, logButton_, resultsButton_,
-                       profilesButton_}) {
+                       profilesButton_, avsButton_}) {
     b->setFixedHeight(28);
     b->setMinimumWidth(72);
   }
   connect(addButton_, &ctlButton::Click, this, &frmMain::ShowAddMenu);
   connect(removeButton_, &ctlButton::Click, this, &frmMain::RemoveSelectedTask);
   connect(clearButton_, &ctlButton::Click, this, &frmMain::ClearTasks);
+  connect(avsButton_, &ctlButton::Click, this,
+          [this] { ApplySettingChange("AVSEnable", SettingIsYes("AVSEnable") ? StrNo : StrYes, *this); });
   const std::array<std::pair<ctlButton*, PanelKind>, 4> panels{{{settingsButton_, PanelKind::Settings},
                                                                 {logButton_, PanelKind::Log},
                                                                 {resultsButton_, PanelKind::Results},
@@ -256,6 +259,7 @@ void frmMain::BuildLists() {
 
   settingsShort_ = MakeList(this, StrButtonSettings, 26);
   settingsShort_->SetTitleWidth(110);
+  ConnectSettingsList(settingsShort_);
 
   player_ = new ctlDSPlayer(this, playerOutput_);
   player_->setObjectName("ctlDSPlayer1");
@@ -313,6 +317,7 @@ void frmMain::BuildPanel() {
   column->addLayout(head);
   settingsFull_ = MakeList(panelFrame_, StrPanelSettings, 26);
   settingsFull_->SetTitleWidth(140);
+  ConnectSettingsList(settingsFull_);
   log_ = MakeList(panelFrame_, StrPanelLog, 20);
   log_->SetEditable(false);
   results_ = MakeList(panelFrame_, StrPanelResults, 24);
@@ -446,19 +451,12 @@ void frmMain::FormLoad(const QStringList& commandLineFiles) {
   }
   folder_->SetCaption(Q(ReadSetting("OutputFolder")));
   for (int slot = 0; slot < 3; ++slot) split_[slot]->SetCaption(Q(ReadSetting(kSplitKeys[slot])));
-  ApplySplitLabels();
 
   Log("播放器控件 初始化");
-  ApplyPlayerSettings();
   Log("Slider控件 初始化");
   Log("按钮控件 初始化");
   Log("列表控件 初始化");
-  const bool systemBar = SettingIsYes("ShowSystemScrollBar");
-  const bool focus = SettingIsYes("ShowItemFocus");
-  for (ctlListbox* list : {tasks_, files_, info_, settingsShort_, settingsFull_, log_, results_, profiles_}) {
-    list->SetShowSystemScrollBar(systemBar);
-    list->SetShowFocus(focus);
-  }
+  ApplyStoredSettingEffects([](std::string_view key) { return ReadSetting(key); }, *this);
   Log("主界面设置栏初始化");
   RebuildSettingRows();
 
@@ -598,14 +596,6 @@ void frmMain::EditSplitField(int slot, const QString& text) {
   WriteSetting(kSplitKeys[slot], S(text));
   WriteCutToSelectedTask(tasks_->Model(), S(player_->Filename()), S(split_[0]->Caption()),
                          S(split_[1]->Caption()), S(split_[2]->Caption()));
-}
-
-void frmMain::ApplySplitLabels() {
-  const bool headTail = ReadSetting("SplitMode") == StrSplitHeadTail;
-  split_[0]->SetTitle(Q(headTail ? StrSplitCutHead : StrStartPoint));
-  split_[1]->SetTitle(Q(headTail ? StrSplitCutTail : StrEndPoint));
-  split_[0]->setAccessibleName(split_[0]->Title());
-  split_[1]->setAccessibleName(split_[1]->Title());
 }
 
 void frmMain::PressStart() {
@@ -945,16 +935,164 @@ void frmMain::OnQuickChoice(int index) {
 
 // ---- Settings that reach the window's controls ----
 
-void frmMain::ApplyPlayerSettings() {
-  player_->SetTimeJumpValue(static_cast<float>(Val(ReadSetting("TimeJumpValue"))));
-  player_->SetRepeat(ReadSetting("PlayerRepeat") != StrRepeatOnce);
-  player_->SetAllowLoadSubtitle(SettingIsYes("AllowLoadSubtitle"));
-  player_->SetSubtitleTimeOffset(Val(ReadSetting("SubtitleOffset")));
-}
-
 void frmMain::ApplyTheme() { zel::ApplyTheme(this, ReadThemeSettings()); }
 
-void frmMain::RebuildSettingRows() {}
+void frmMain::ConnectSettingsList(ctlListbox* list) {
+  connect(list, &ctlListbox::ItemChanged, this, [this, list](int, int index) {
+    if (fillingRows_) return;
+    ListboxModel& rows = list->Model();
+    ApplySettingChange(rows.ListKey(index), rows.List(index), *this);
+  });
+  // Rows without an editor are commands: the guide's steps, the zeroing and
+  // the shortcut rows.
+  connect(list, &ctlListbox::Click, this, [this, list] {
+    const int index = list->ListIndex();
+    if (index < 0 || list->Model().ItemMode(index) >= 0) return;
+    RunSettingCommand(list->Model().ListKey(index), *this);
+  });
+  // A click on a row's label brings its default back.
+  connect(list, &ctlListbox::MouseUp, this, [this, list](int button, int, int x, int, int index) {
+    if (button != 1 || index < 0 || x >= list->TitleWidth() || list->Model().ItemMode(index) < 0) return;
+    const std::string key = list->Model().ListKey(index);
+    if (key.empty()) return;
+    const std::string value = RestoreDefault(key, *this);
+    ShowRowValue(key, value);
+  });
+}
+
+void frmMain::RebuildSettingRows() {
+  SettingRowsContext context;
+  context.productKind = Shared().ProductKind;
+  context.lists = BuildValueLists(catalogue_);
+  const SettingReader read = [](std::string_view key) { return ReadSetting(key); };
+  fillingRows_ = true;
+  FillSettingsList(settingsFull_->Model(), BuildSettingsRows(true, context, read));
+  const bool onMain = ShortSetOnMainScreen(read);
+  if (onMain) {
+    FillSettingsList(settingsShort_->Model(), BuildSettingsRows(false, context, read));
+  } else {
+    settingsShort_->Clear();
+  }
+  fillingRows_ = false;
+  settingsShort_->setVisible(onMain);
+}
+
+void frmMain::ShowRowValue(std::string_view key, std::string_view value) {
+  fillingRows_ = true;
+  for (ctlListbox* list : {settingsFull_, settingsShort_}) {
+    const int row = list->Model().ListIndexFromKey(key);
+    if (row >= 0) list->Model().SetList(row, value);
+  }
+  fillingRows_ = false;
+}
+
+void frmMain::ShowRowLabel(std::string_view key, std::string_view label) {
+  for (ctlListbox* list : {settingsFull_, settingsShort_}) {
+    const int row = list->Model().ListIndexFromKey(key);
+    if (row >= 0) list->Model().SetTitleText(row, label);
+  }
+}
+
+void frmMain::SetAviSynthButton(std::string_view caption) {
+  avsButton_->SetCaption(Q(caption));
+  avsButton_->setAccessibleName(Q(caption));
+}
+
+void frmMain::SetSplitLabels(std::string_view start, std::string_view end) {
+  split_[0]->SetTitle(Q(start));
+  split_[1]->SetTitle(Q(end));
+  split_[0]->setAccessibleName(Q(start));
+  split_[1]->setAccessibleName(Q(end));
+}
+
+void frmMain::SetPlayerProperty(const PlayerSetting& setting) {
+  switch (setting.property) {
+    case PlayerProperty::TimeJumpValue:
+      player_->SetTimeJumpValue(static_cast<float>(setting.number));
+      break;
+    case PlayerProperty::SubtitleTimeOffset:
+      player_->SetSubtitleTimeOffset(setting.number);
+      break;
+    case PlayerProperty::ImageTransEffects:
+      player_->Picture().SetImageTransEffects(static_cast<int>(setting.number));
+      break;
+    case PlayerProperty::Repeat:
+      player_->SetRepeat(setting.flag);
+      break;
+    case PlayerProperty::ControlSystemVolume:
+      player_->SetControlSystemVolume(setting.flag);
+      break;
+    case PlayerProperty::Aspect:
+      player_->SetAspect(static_cast<int>(setting.number));
+      break;
+    case PlayerProperty::FontName: {
+      QFont font = player_->font();
+      font.setFamily(Q(setting.text));
+      player_->setFont(font);
+      break;
+    }
+    case PlayerProperty::AllowLoadSubtitle:
+      player_->SetAllowLoadSubtitle(setting.flag);
+      break;
+  }
+}
+
+void frmMain::SetEngineLog(bool on) { engine_.Log = on; }
+
+void frmMain::SetEngineStatusRefreshInterval(int milliseconds) { engine_.SetStatusRefreshInterval(milliseconds); }
+
+void frmMain::SetListLook(ListLook look, bool on) {
+  for (ctlListbox* list : {tasks_, files_, info_, settingsShort_, settingsFull_, log_, results_, profiles_}) {
+    if (look == ListLook::SystemScrollBar) {
+      list->SetShowSystemScrollBar(on);
+    } else {
+      list->SetShowFocus(on);
+    }
+  }
+}
+
+void frmMain::SetTaskThumbnails(bool on) {
+  // Rows added from now on ask for their pictures; older rows stay as they are.
+  if (on) factsRequested_ = tasks_->ListCount();
+}
+
+void frmMain::RunGuideStep(GuideStep step) {
+  switch (step) {
+    case GuideStep::AddFiles:
+      OpenFilesDialog();
+      break;
+    case GuideStep::Preview: {
+      const int row = tasks_->ListIndex() >= 0 ? tasks_->ListIndex() : 0;
+      if (row < tasks_->ListCount()) {
+        tasks_->SetListIndex(row);
+        OnTaskSelected();
+      }
+      break;
+    }
+    case GuideStep::CutPoints:
+      split_[0]->ClickIt();
+      break;
+    case GuideStep::OutputFolder:
+      folder_->ClickIt();
+      break;
+    case GuideStep::MoreSettings:
+    case GuideStep::MusicFile:
+    case GuideStep::LyricFile:
+      ShowPanel(PanelKind::Settings);
+      break;
+    case GuideStep::Start:
+      PressStart();
+      break;
+    case GuideStep::BrowseOutput:
+      host_.OpenFolder(ReadSetting("OutputFolder"));
+      break;
+    case GuideStep::JoinOrder:
+      taskTab_->ClickIt();
+      break;
+  }
+}
+
+void frmMain::ShowMessage(std::string_view text) { host_.ShowMessage(text); }
 
 // ---- Window events ----
 

@@ -8,6 +8,7 @@
 #include "app/WindowHost.h"
 #include "engine/FFmpegX.h"
 #include "jobs/FormatCatalogue.h"
+#include "jobs/SettingsRows.h"
 #include "jobs/TaskLoop.h"
 #include "player/MpvSession.h"
 
@@ -31,7 +32,7 @@ class FileIntake;
 // The panel over the lists, by what it shows.
 enum class PanelKind { None, Settings, Log, Results, Profiles, QuickChooser };
 
-class frmMain : public QWidget {
+class frmMain : public QWidget, public SettingsPanelHost {
   Q_OBJECT
 
  public:
@@ -71,10 +72,25 @@ class frmMain : public QWidget {
   ctlDSPlayer& Player() { return *player_; }
   ctlButton& StartButton() { return *start_; }
   ctlButton& SecondButton() { return *second_; }
+  ctlButton& AviSynthButton() { return *avsButton_; }
   ctlButton& StatusField() { return *status_; }
   ctlButton& FolderField() { return *folder_; }
   ctlButton& FormatField() { return *format_; }
   ctlButton& SplitField(int slot) { return *split_[slot]; }
+  // What a settings row's change does beyond the store.
+  void RebuildSettingRows() override;
+  void ShowRowValue(std::string_view key, std::string_view value) override;
+  void ShowRowLabel(std::string_view key, std::string_view label) override;
+  void SetAviSynthButton(std::string_view caption) override;
+  void SetSplitLabels(std::string_view start, std::string_view end) override;
+  void SetPlayerProperty(const PlayerSetting& setting) override;
+  void SetEngineLog(bool on) override;
+  void SetEngineStatusRefreshInterval(int milliseconds) override;
+  void SetListLook(ListLook look, bool on) override;
+  void SetTaskThumbnails(bool on) override;
+  void RunGuideStep(GuideStep step) override;
+  void ShowMessage(std::string_view text) override;
+
   // "PrevInstance Ready": files from now on go to the list at once.
   bool Ready() const { return ready_; }
 
@@ -97,11 +113,9 @@ class frmMain : public QWidget {
   void PlacePanel();
 
   void FillFormatField(bool more);
-  void ApplyPlayerSettings();
   void ApplySplitLabels();
+  void ConnectSettingsList(ctlListbox* list);
   void ApplyTheme();
-  // The settings lists again from the store: after a format, a profile, a reset.
-  void RebuildSettingRows();
   // Rows added since the last call get their thumbnails and facts.
   void RequestNewRowFacts();
   void RestoreGeometry();
@@ -151,6 +165,7 @@ class frmMain : public QWidget {
   ctlButton* logButton_ = nullptr;
   ctlButton* resultsButton_ = nullptr;
   ctlButton* profilesButton_ = nullptr;
+  ctlButton* avsButton_ = nullptr;
   ctlButton* taskTab_ = nullptr;
   ctlButton* fileTab_ = nullptr;
   ctlListbox* tasks_ = nullptr;
@@ -185,6 +200,8 @@ class frmMain : public QWidget {
   // Selecting the current task during a run must not start its preview.
   bool selectingForRun_ = false;
   bool unloaded_ = false;
+  // Rows being filled or shown by the program are no edit of the user's.
+  bool fillingRows_ = false;
   int currentTask_ = -1;
 };
 
