@@ -1,13 +1,20 @@
 #!/usr/bin/env bash
-# Shows the program working. Until the main window lands, this is zel-cli on a
-# small generated clip: the tool identified, the clip probed, a conversion composed
-# and followed live.
+# Shows the program working. With a display (X11 or Wayland) this is the main
+# window with a generated sample clip in its task list; without one it is
+# zel-cli on that clip: the tool identified, the clip probed, a conversion
+# composed and followed live.
 set -euo pipefail
 
 build=${1:-$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)/build}
 cli="$build/bin/zel-cli"
 work=${XDG_CACHE_HOME:-$HOME/.cache}/zel-demo
 mkdir -p "$work"
+
+if [ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]; then
+  [ -f "$work/sample.mp4" ] || ffmpeg -v error -y -f lavfi -i testsrc=size=640x360:rate=25:duration=5 \
+    -f lavfi -i sine=frequency=440:duration=5 -shortest -pix_fmt yuv420p "$work/sample.mp4"
+  exec "$build/bin/zel" "$work/sample.mp4"
+fi
 
 ffmpeg=$(command -v ffmpeg)
 echo "== zel-cli identify $ffmpeg"

@@ -211,6 +211,7 @@ void frmMain::BuildToolbar() {
     b->setFixedHeight(28);
     b->setMinimumWidth(72);
   }
+  avsButton_->setMinimumWidth(120);
   connect(addButton_, &ctlButton::Click, this, &frmMain::ShowAddMenu);
   connect(removeButton_, &ctlButton::Click, this, &frmMain::RemoveSelectedTask);
   connect(clearButton_, &ctlButton::Click, this, &frmMain::ClearTasks);
@@ -681,6 +682,7 @@ void frmMain::DropFiles(const QStringList& paths) {
   std::vector<std::string> list;
   for (const QString& path : paths) list.push_back(S(path));
   intake_->DropFiles(list);
+  if (!intake_->Scanning()) status_->SetCaption(Q(StrWindowIdle));
 }
 
 void frmMain::RequestNewRowFacts() {
