@@ -26,18 +26,7 @@ namespace {
 
 using Paths = std::vector<std::string>;
 
-class EnvGuard {
- public:
-  EnvGuard(const char* name, const std::string& value) : name_(name) {
-    if (const char* old = std::getenv(name)) old_ = old;
-    ::setenv(name, value.c_str(), 1);
-  }
-  ~EnvGuard() { old_ ? ::setenv(name_, old_->c_str(), 1) : ::unsetenv(name_); }
-
- private:
-  const char* name_;
-  std::optional<std::string> old_;
-};
+using test::EnvGuard;
 
 // Root reads every folder. Capabilities belong to a thread, and the threads it
 // starts inherit them, so a thread that gives up the override walks as anyone else.

@@ -32,19 +32,7 @@ namespace zel::test {
 namespace {
 
 // Sets an environment variable for a test's length; null unsets it.
-class EnvGuard {
- public:
-  EnvGuard(const char* name, const char* value) : name_(name) {
-    const char* old = std::getenv(name);
-    if (old != nullptr) old_ = old;
-    value != nullptr ? ::setenv(name, value, 1) : ::unsetenv(name);
-  }
-  ~EnvGuard() { old_ ? ::setenv(name_, old_->c_str(), 1) : ::unsetenv(name_); }
-
- private:
-  const char* name_;
-  std::optional<std::string> old_;
-};
+using test::EnvGuard;
 
 // A detached program's record: waits for the file it writes last.
 std::string AwaitFile(const std::string& path) {

@@ -18,18 +18,7 @@ namespace zel::test {
 namespace {
 
 // Sets an environment variable for a test's length.
-class EnvGuard {
- public:
-  EnvGuard(const char* name, const std::string& value) : name_(name) {
-    if (const char* old = std::getenv(name)) old_ = old;
-    ::setenv(name, value.c_str(), 1);
-  }
-  ~EnvGuard() { old_ ? ::setenv(name_, old_->c_str(), 1) : ::unsetenv(name_); }
-
- private:
-  const char* name_;
-  std::optional<std::string> old_;
-};
+using test::EnvGuard;
 
 // Every call of the window, as one line.
 class PanelHost : public SettingsPanelHost {
