@@ -31,6 +31,7 @@
 #include <QMessageBox>
 #include <QMimeData>
 #include <QScreen>
+#include <QShortcut>
 #include <QTimer>
 #include <QUrl>
 #include <QVBoxLayout>
@@ -156,6 +157,14 @@ frmMain::frmMain(MpvOutput playerOutput, QWidget* parent) : QWidget(parent), pla
   ConnectHost();
   ConnectPlayer();
   setAcceptDrops(true);
+  // F3 searches the web for the selected task, wherever the focus is.
+  auto* search = new QShortcut(QKeySequence(Qt::Key_F3), this);
+  connect(search, &QShortcut::activated, this, [this] {
+    const int row = tasks_->ListIndex();
+    if (row < 0) return;
+    const std::string url = SearchUrl(SearchEngines().front().name, tasks_->Model().PathFromIndex(row));
+    if (!url.empty()) QDesktopServices::openUrl(QUrl(Q(url)));
+  });
 
   loop_ = std::make_unique<TaskLoop>(engine_, tasks_->Model(), host_, [](std::string_view key) {
     return ReadSetting(key);
@@ -493,7 +502,11 @@ void frmMain::RestoreGeometry() {
   const auto number = [](std::string_view key) { return Val(ReadSetting(key)); };
   const int width = static_cast<int>(number("WindowWidth"));
   const int height = static_cast<int>(number("WindowHeight"));
-  resize(width >= minimumWidth() ? width : 1100, height >= minimumHeight() ? height : 720);
+  QSize size(width >= minimumWidth() ? width : 1100, height >= minimumHeight() ? height : 720);
+  if (const QScreen* screen = QGuiApplication::primaryScreen()) {
+    size = size.boundedTo(screen->availableGeometry().size()).expandedTo(minimumSize());
+  }
+  resize(size);
   const QPoint at(static_cast<int>(number("WindowPosX")), static_cast<int>(number("WindowPosY")));
   // A place off every screen (a monitor unplugged since) is not kept.
   if (QGuiApplication::screenAt(at + QPoint(40, 15)) != nullptr) move(at);
@@ -1110,18 +1123,6 @@ void frmMain::dropEvent(QDropEvent* event) {
   event->acceptProposedAction();
   // The drop's sender waits for this event to end: the rows come after it.
   QTimer::singleShot(0, this, [this, files] { DropFiles(files); });
-}
-
-void frmMain::keyPressEvent(QKeyEvent* event) {
-  if (event->key() == Qt::Key_F3) {
-    const int row = tasks_->ListIndex();
-    if (row >= 0) {
-      const std::string url = SearchUrl(SearchEngines().front().name, tasks_->Model().PathFromIndex(row));
-      if (!url.empty()) QDesktopServices::openUrl(QUrl(Q(url)));
-    }
-    return;
-  }
-  QWidget::keyPressEvent(event);
 }
 
 void frmMain::resizeEvent(QResizeEvent* event) {
