@@ -296,11 +296,13 @@ void frmMain::BuildFields() {
   second_ = MakeButton(this, StrButtonAddFiles);
   second_->setFixedSize(96, 34);
   formatNote_ = MakeButton(this, "", ButtonMode::FlatLabel);
+  formatNote_->setAccessibleName(Q(StrFormatNote));
   formatNote_->setFixedHeight(20);
   status_ = MakeButton(this, StrWindowIdle, ButtonMode::FlatLabel);
   status_->setAccessibleName(Q(StrStatusField));
   status_->setFixedHeight(24);
   grip_ = MakeButton(this, "", ButtonMode::FlatLabel);
+  grip_->setAccessibleName(Q(StrSizeGrip));
   grip_->SetCaptionBar(true);
   grip_->SetStatusBarResize(true);
   grip_->setFixedSize(24, 24);
@@ -320,6 +322,7 @@ void frmMain::BuildPanel() {
   column->setContentsMargins(4, 4, 4, 4);
   auto* head = new QHBoxLayout();
   panelTitle_ = MakeButton(panelFrame_, "", ButtonMode::FlatLabel);
+  panelTitle_->setAccessibleName(Q(StrPanelSettings));
   panelBack_ = MakeButton(panelFrame_, StrButtonBack);
   panelBack_->setFixedSize(72, 26);
   head->addWidget(panelTitle_, 1);

@@ -55,6 +55,8 @@ inline constexpr Text StrPanelResults = "处理结果";
 inline constexpr Text StrPanelProfiles = "预置转换方案";
 inline constexpr Text StrPreviewPlayerName = "预览播放器";
 inline constexpr Text StrStatusField = "状态";
+inline constexpr Text StrFormatNote = "格式说明";
+inline constexpr Text StrSizeGrip = "调整窗口大小";
 inline constexpr Text StrOpenFilesTitle = "添加文件";
 inline constexpr Text StrAboutTools = "工具";
 
