@@ -864,6 +864,7 @@ void frmMain::ShowPanel(PanelKind kind) {
     }
   }
   panelFrame_->setAccessibleName(panelTitle_->Caption());
+  panelTitle_->setAccessibleName(panelTitle_->Caption());
   PlacePanel();
   panelFrame_->raise();
 }
