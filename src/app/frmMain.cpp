@@ -350,6 +350,9 @@ void frmMain::BuildPanel() {
     if (button == 2 && profileCategory_) FillProfiles(std::nullopt);
   });
   connect(chooser_, &ctlListbox::Click, this, [this] { OnQuickChoice(chooser_->ListIndex()); });
+  connect(results_, &ctlListbox::MouseUp, this, [this](int button, int, int, int, int) {
+    if (button == 2) ShowResultsMenu();
+  });
   connect(results_, &ctlListbox::DblClick, this, [this] {
     const int row = results_->ListIndex();
     if (row >= 0) ctlButton::ShellOpen(Q(results_->Model().PathFromIndex(row)));
@@ -766,7 +769,8 @@ void frmMain::ShowAddMenu() {
                       std::string(StrOpticalDrives);
   for (const std::string& drive : drives) items += "|    " + drive;
   items += "|-|" + std::string(StrAddToTaskList) + "|" + std::string(StrClearCutPoints) + "|" +
-           std::string(StrClearPictureSettings);
+           std::string(StrClearPictureSettings) + "|-|" + std::string(StrLoadTaskList) + "|" +
+           std::string(StrSaveTaskList);
   const int chosen = addButton_->PopupMenu(Q(items));
   const int drivesEnd = 3 + static_cast<int>(drives.size());
   if (chosen == 0) {
@@ -782,6 +786,17 @@ void frmMain::ShowAddMenu() {
   } else if (chosen == drivesEnd + 4) {
     ClearPictureSettings();
     RebuildSettingRows();
+  } else if (chosen == drivesEnd + 6) {
+    const QString file = QFileDialog::getOpenFileName(this, Q(StrLoadTaskList), Q(OpenDialogFolder()),
+                                                      Q(StrTaskListFiles));
+    if (!file.isEmpty()) tasks_->Model().LoadListFromFile(S(file));
+  } else if (chosen == drivesEnd + 7) {
+    // The dialog's own overwrite question stands for the program's.
+    const QString file = QFileDialog::getSaveFileName(this, Q(StrSaveTaskList), Q(OpenDialogFolder()),
+                                                      Q(StrTaskListFiles));
+    if (!file.isEmpty() && !tasks_->Model().SaveListToFile(S(file))) {
+      host_.AddInfo(StrInfoProblem, std::string(StrCannotWriteFile) + S(file), {});
+    }
   }
 }
 
@@ -894,6 +909,38 @@ void frmMain::FillResults() {
     item.Path = output;
     item.ShowComment = true;
     results_->AddItem(item);
+  }
+}
+
+void frmMain::ShowResultsMenu() {
+  std::vector<std::string> files;
+  for (int i = 0; i < results_->ListCount(); ++i) files.push_back(results_->Model().PathFromIndex(i));
+  const QString items = Q(std::string(StrOpenOutputFolder) + "|-|" + std::string(StrDeleteAllFiles) + "|" +
+                          std::string(StrMoveAllFiles) + "|" + std::string(StrCopyAllFiles));
+  const int chosen = panelBack_->PopupMenu(items, -1, "0", files.empty() ? "0|0|1|1|1" : "0");
+  auto chooseFolder = [this] {
+    return S(QFileDialog::getExistingDirectory(this, Q(StrFieldOutputFolder), Q(ReadSetting("OutputFolder"))));
+  };
+  FileCommandResult result;
+  if (chosen == 0) {
+    host_.OpenFolder(files.empty() ? ReadSetting("OutputFolder") : FolderOf(files.front()));
+    return;
+  } else if (chosen == 2) {
+    result = DeleteFiles(files, host_);
+  } else if (chosen == 3 || chosen == 4) {
+    const std::string folder = chooseFolder();
+    if (folder.empty()) return;
+    result = chosen == 3 ? MoveFiles(files, folder, host_) : CopyFiles(files, folder, host_);
+    if (chosen == 4) return;
+  } else {
+    return;
+  }
+  // Deleted and moved files leave the list; those that stayed keep their rows.
+  for (const std::string& gone : result.done) {
+    const auto row = std::find(files.begin(), files.end(), gone);
+    if (row == files.end()) continue;
+    results_->RemoveItem(static_cast<int>(row - files.begin()));
+    files.erase(row);
   }
 }
 

@@ -131,6 +131,7 @@ class frmMain : public QWidget, public SettingsPanelHost {
   void OnRunningLook(bool running);
   void AddLogLine(const QString& line);
   void FillResults();
+  void ShowResultsMenu();
   void FillProfiles(std::optional<int> category);
   void OnProfileRow(int index);
   void OnQuickChoice(int index);
