@@ -14,7 +14,9 @@
 #include "support/TestSupport.h"
 
 #include <QApplication>
+#include <QAction>
 #include <QElapsedTimer>
+#include <QMenu>
 
 #include <gtest/gtest.h>
 
@@ -147,6 +149,22 @@ TEST_F(MainWindowTest, ARunShowsItsLooksInOrderAndEndsWithTheResults) {
   EXPECT_EQ(window->windowTitle(), Q(Shared().ProductName));
   EXPECT_EQ(window->StatusField().Caption(), Q(StrWindowIdle));
   EXPECT_TRUE(window->FolderField().isEnabled());
+
+  // The results' menu: all outputs to the trash after the question.
+  test::EnvGuard data("XDG_DATA_HOME", dir_ / "data");
+  const std::string first = window->Results().Model().PathFromIndex(0);
+  ctlButton::PopupMenuExec = [](QMenu& menu, const QPoint&) -> QAction* {
+    for (QAction* action : menu.actions()) {
+      if (action->text() == Q(StrDeleteAllFiles)) return action;
+    }
+    return nullptr;
+  };
+  emit window->Results().MouseUp(2, 0, 5, 5, 0);
+  ctlButton::PopupMenuExec = nullptr;
+  EXPECT_EQ(questions_.back(), std::string(StrDeleteFilesQuestion));
+  EXPECT_EQ(window->Results().ListCount(), 0);
+  EXPECT_FALSE(fs::exists(first));
+  EXPECT_TRUE(fs::exists(dir_ / ("data/Trash/files/" + fs::path(first).filename().string())));
 }
 
 // While a run goes on the window refuses to close, pauses and resumes the tool,
