@@ -445,6 +445,8 @@ void frmMain::FormLoad(const QStringList& commandLineFiles) {
   Log("FFmpegX1 引擎初始化，核心是否存在？");
   coreUsable_ = InitialiseEngine(engine_, host_);
   if (coreUsable_) thumbEngine_.SetCore(engine_.Core());
+  // The loop is made with the window, before the start-up has found the tools.
+  loop_->tools = SharedTools();
   for (const std::string& line : ToolCredits(engine_)) host_.AddInfo(StrAboutTools, line, {});
   loop_->aviSynthUsable = DetectAviSynth(engine_, host_);
   loop_->karaokeProduct = Shared().ProductKind == kProductKaraoke;
