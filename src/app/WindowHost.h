@@ -5,6 +5,7 @@
 
 #include "jobs/TaskLoop.h"
 
+#include <QElapsedTimer>
 #include <QObject>
 #include <QString>
 
@@ -32,7 +33,8 @@ class WindowHost : public QObject, public RunHost {
   bool Ask(std::string_view question, bool defaultYes) override;
   void ShowMessage(std::string_view text) override;
   // Lets the window draw and take clicks while a job runs: the loop calls it
-  // between its steps and the engine while its tool runs.
+  // between its steps and the engine while its tool runs. At most one turn a
+  // frame: callers ask after every row or block, and each turn repaints.
   void PumpEvents() override;
   void SplashText(std::string_view text) override;
   void SetFormatField(std::string_view format) override;
@@ -70,6 +72,9 @@ class WindowHost : public QObject, public RunHost {
   void LogPanelWanted();
   void ResultPanelWanted();
   void BalloonWanted(QString title, QString text);
+
+ private:
+  QElapsedTimer sinceTurn_;
 };
 
 }  // namespace zel

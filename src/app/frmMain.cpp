@@ -1,5 +1,7 @@
 #include "app/frmMain.h"
 
+#include "app/PacedPost.h"
+
 #include "base/FileHelpers.h"
 #include "base/PathHelpers.h"
 #include "base/TextHelpers.h"
@@ -47,11 +49,6 @@ namespace {
 constexpr int kThumbWidth = 96;
 constexpr int kThumbHeight = 54;
 constexpr int kLogRowLimit = 999;
-
-// Answers of the probe service come back on the GUI thread.
-void PostToGui(std::function<void()> work) {
-  QMetaObject::invokeMethod(qApp, std::move(work), Qt::QueuedConnection);
-}
 
 ctlButton* MakeButton(QWidget* parent, Text caption, ButtonMode mode = ButtonMode::Command) {
   auto* button = new ctlButton(parent);
