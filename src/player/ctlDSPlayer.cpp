@@ -124,12 +124,6 @@ ctlDSPlayer::ctlDSPlayer(QWidget* parent, MpvOutput output)
   setMouseTracking(true);
   setAttribute(Qt::WA_OpaquePaintEvent);
   image_ = new PlayerPictureLayer(*this);
-  if (output_ == MpvOutput::Video) {
-    video_ = new MpvVideoWidget(this);
-    // Clicks and the wheel on the picture are the control's own.
-    video_->setAttribute(Qt::WA_TransparentForMouseEvents);
-    video_->hide();
-  }
   overlay_ = new PlayerSubtitleLayer(*this);
   facts_ = new PlayerFactsLayer(*this);
   bar_ = new PlayerStatusBar(this);
@@ -165,6 +159,19 @@ ctlDSPlayer::~ctlDSPlayer() {
   if (video_ != nullptr) video_->Attach(nullptr);
   retiring_.reset();
   session_.reset();
+}
+
+// Made with the first file, not with the control: a GL child turns its whole
+// window over to GL composition, which loads the GL driver before the window's
+// first paint and costs every repaint of the window while nothing plays.
+void ctlDSPlayer::MakeVideoWidget() {
+  if (output_ != MpvOutput::Video || video_ != nullptr) return;
+  video_ = new MpvVideoWidget(this);
+  // Clicks and the wheel on the picture are the control's own.
+  video_->setAttribute(Qt::WA_TransparentForMouseEvents);
+  video_->hide();
+  if (session_) video_->Attach(session_.get());
+  LayoutParts();
 }
 
 void ctlDSPlayer::Yield() {
@@ -205,6 +212,7 @@ bool ctlDSPlayer::OpenFile(const QString& fileName) {
 
   // The render context must exist before the file loads, or mpv opens the
   // video without a picture.
+  MakeVideoWidget();
   if (video_ != nullptr && !video_->Ready()) {
     video_->show();
     WaitUntil([this] { return video_->Ready(); }, openTimeLimit_);

@@ -342,6 +342,7 @@ class ctlDSPlayer : public QWidget {
   void WatchTopLevel();
   QRect AreaRect() const;
   void Yield();
+  void MakeVideoWidget();
 
   MpvOutput output_;
   std::unique_ptr<MpvSession> session_;
