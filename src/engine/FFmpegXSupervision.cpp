@@ -22,9 +22,10 @@ namespace zel {
 namespace {
 
 constexpr size_t kBlockSize = 256;
-// How long the read loop waits for output before it pumps the host again; a
-// cancel therefore reaches the tool well within 200 ms.
-constexpr int kPollMs = 40;
+// How long the read loop waits for output before it pumps the host again. A
+// window's event loop waits as long, so this stays well under a frame or two;
+// a cancel reaches the tool at once.
+constexpr int kPollMs = 10;
 // What a tool gets to end on its own after a cancel before it is killed.
 constexpr int kTerminateGraceMs = 100;
 
