@@ -8,5 +8,9 @@ set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 build=${1:-$root/build}
 shift || true
-exec "$root/tests/support/with_xvfb.sh" \
+# A desktop has its session bus; without one Qt would start a bus daemon of its
+# own at every start and the first paint would pay for it.
+session=()
+command -v dbus-run-session >/dev/null && session=(dbus-run-session --)
+exec "$root/tests/support/with_xvfb.sh" "${session[@]}" \
   env QT_QPA_PLATFORM=xcb LIBGL_ALWAYS_SOFTWARE=1 "$build/bin/zel_window_bench" "$@"
