@@ -18,7 +18,6 @@
 #include <memory>
 #include <string>
 
-
 int main(int argc, char** argv) {
   QApplication app(argc, argv);
   // libmpv reads numbers in the C form; Qt has set the user's by now.
