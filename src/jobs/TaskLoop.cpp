@@ -3,6 +3,9 @@
 #include <sys/statvfs.h>
 
 #include <algorithm>
+#include <chrono>
+#include <future>
+#include <optional>
 #include <random>
 #include <utility>
 
@@ -52,13 +55,18 @@ const std::string& CoreFor(std::string_view source, std::string_view formatName,
   return IsMEncoderJob(source, formatName, tools.mencoder) ? tools.mencoder : tools.ffmpeg;
 }
 
-// Begins, on a worker, the probe that setting up a task of this source will make,
-// so that it is ready when the task's turn comes. Only video and sound are probed.
-void ProbeAhead(const std::string& source, std::string_view formatName, const ToolSet& tools) {
+// The core that setting up a task of this source probes it with ("" for the
+// libraries alone); nothing when the source is not probed: only video and sound are.
+std::optional<std::string> ProbeCore(const std::string& source, std::string_view formatName, const ToolSet& tools) {
   const SourceKind kind = SourceKindOf(source);
-  if ((kind != SourceKind::Video && kind != SourceKind::Audio) || !FileExists(source)) return;
+  if ((kind != SourceKind::Video && kind != SourceKind::Audio) || !FileExists(source)) return std::nullopt;
   const std::string& core = CoreFor(source, formatName, tools);
-  ProbeService::Instance().Prefetch(source, FileExists(core) ? core : std::string());
+  return FileExists(core) ? core : std::string();
+}
+
+// Begins that probe on a worker, so that it is ready when the task's turn comes.
+void ProbeAhead(const std::string& source, std::string_view formatName, const ToolSet& tools) {
+  if (const auto core = ProbeCore(source, formatName, tools)) ProbeService::Instance().Prefetch(source, *core);
 }
 
 int64_t FreeSpace(const std::string& folder) {
@@ -135,6 +143,7 @@ void TaskLoop::RunTasks(std::string_view forcedFormat) {
       const int started = jobsStarted_;
       // The next task's probe runs on a worker while this task converts.
       if (ahead && i + 1 < tasks_.ListCount()) ProbeAhead(tasks_.PathFromIndex(i + 1), formatName_, tools);
+      if (ahead) AwaitProbe(tasks_.PathFromIndex(i));
       RunTask(i, tasks_.PathFromIndex(i));
       if (jobsStarted_ == started && !stopRequested_) passedOver_.push_back(tasks_.PathFromIndex(i));
       // The join takes every task at once; a picture before the first video
@@ -148,6 +157,16 @@ void TaskLoop::RunTasks(std::string_view forcedFormat) {
   host_.SetProgress(0, 0);
   FinishRun();
   RunFinishAction();
+}
+
+// A probe not yet made would be made at the task's head on this thread and hold
+// a window still for as long as the file takes to read; it is made on a thread
+// of its own instead, the host kept alive meanwhile.
+void TaskLoop::AwaitProbe(const std::string& source) {
+  const auto core = ProbeCore(source, formatName_, tools);
+  if (!core) return;
+  auto probed = std::async(std::launch::async, [source, core = *core] { ProbeService::Instance().Probe(source, core); });
+  while (probed.wait_for(std::chrono::milliseconds(5)) != std::future_status::ready) host_.PumpEvents();
 }
 
 void TaskLoop::RunTask(int index, const std::string& source) {

@@ -88,6 +88,7 @@ class TaskLoop {
     bool fullFile = true;
   };
 
+  void AwaitProbe(const std::string& source);
   void RunTask(int index, const std::string& source);
   void RunConversionParts(int index, const std::string& source, const Cut& cut);
   bool PrepareRealMedia();
