@@ -1003,6 +1003,7 @@ void frmMain::OnQuickChoice(int index) {
 void frmMain::ApplyTheme() { zel::ApplyTheme(this, ReadThemeSettings()); }
 
 void frmMain::ConnectSettingsList(ctlListbox* list) {
+  list->SetShowUnit(true);
   connect(list, &ctlListbox::ItemChanged, this, [this, list](int, int index) {
     if (fillingRows_) return;
     ListboxModel& rows = list->Model();

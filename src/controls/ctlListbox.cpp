@@ -107,11 +107,11 @@ class RowAccessible final : public QAccessibleInterface, public QAccessibleActio
     const ListItem& item = list_->Model().Items()[static_cast<size_t>(row_)];
     switch (t) {
       case QAccessible::Name: {
-        const QString title = Q(item.TitleText), text = Q(item.Text);
+        const QString title = Q(item.TitleText), text = list_->ShownValue(row_);
         return title.isEmpty() ? text : text.isEmpty() ? title : title + ' ' + text;
       }
       case QAccessible::Description: return Q(item.Comment);
-      case QAccessible::Value: return Q(item.Text);
+      case QAccessible::Value: return list_->ShownValue(row_);
       default: return {};
     }
   }
@@ -576,6 +576,17 @@ QRect ctlListbox::RowRect(int index) const {
   return QRect(Frame(), Frame() + top - offset_, RowsRight() - Frame(), tops_[static_cast<size_t>(index) + 1] - top);
 }
 
+QString ctlListbox::ShownValue(int index) const {
+  if (index < 0 || index >= ListCount()) return {};
+  const ListItem& item = model_.Items()[static_cast<size_t>(index)];
+  QString text = Q(item.Text);
+  if (props_.ShowUnit && !text.isEmpty() && !item.Tag1Text.empty()) {
+    // "50%", but "500 ms".
+    text += (item.Tag1Text == "%" ? "" : " ") + Q(item.Tag1Text);
+  }
+  return text;
+}
+
 QRect ctlListbox::ItemRect(int index) const { return RowRect(index); }
 QRect ctlListbox::CheckBoxRect(int index) const { return PartsOf(index, RowRect(index)).check; }
 QRect ctlListbox::ValueRect(int index) const { return PartsOf(index, RowRect(index)).value; }
@@ -811,7 +822,7 @@ void ctlListbox::PaintRow(QPainter& p, int index, const QRect& rect) const {
   static constexpr Qt::Alignment kTextAlign[] = {Qt::AlignLeft, Qt::AlignRight, Qt::AlignHCenter};
   const Qt::Alignment align = kTextAlign[std::clamp(props_.TextAlign, 0, 2)] | Qt::AlignVCenter;
   const QRect& value = parts.value;
-  QString text = Q(item.Text);
+  QString text = ShownValue(index);
   QColor textColor = fore;
   if (text.isEmpty() && !props_.DefaultText.isEmpty()) {
     text = props_.DefaultText;

@@ -62,6 +62,9 @@ struct ListboxProps {
   // "N / ListCount"; it fades a moment after the scrolling stops.
   bool ShowScrollIndex = false;
   bool ShowGridLine = true;
+  // A row's unit (Tag1Text: "s", "%", "ms") drawn behind its value, as the
+  // settings rows want it.
+  bool ShowUnit = false;
   bool Editable = true;  // false: a click selects but never opens an editor
   bool ShowCheckBox = false;
   // A menu-like list: the row under the pointer is selected as it moves
@@ -188,6 +191,7 @@ class ctlListbox : public QWidget {
   ZEL_LISTBOX_PROPERTY(bool, TransparentBack)
   ZEL_LISTBOX_PROPERTY(bool, ShowScrollIndex)
   ZEL_LISTBOX_PROPERTY(bool, ShowGridLine)
+  ZEL_LISTBOX_PROPERTY(bool, ShowUnit)
   ZEL_LISTBOX_PROPERTY(bool, Editable)
   ZEL_LISTBOX_PROPERTY(bool, ShowCheckBox)
   ZEL_LISTBOX_PROPERTY(bool, AutoSelectable)
@@ -228,6 +232,9 @@ class ctlListbox : public QWidget {
   ZEL_LISTBOX_PROPERTY(QString, SelectedPath)
 #undef ZEL_LISTBOX_PROPERTY
 
+  // The value as the row shows it and reads it out: its text, with its unit
+  // when ShowUnit is set.
+  QString ShownValue(int index) const;
   // Where a row and its parts stand in the widget, for hosts placing popups
   // and for tests aiming a click. Empty for a row out of range.
   QRect ItemRect(int index) const;

@@ -222,6 +222,11 @@ TEST_F(MainWindowTest, SettingsRowsStoreAtOnceAndReachTheWindow) {
       {"SplitMode", "点到点", [&] { return S(window->SplitField(0).Title() + "/" + window->SplitField(1).Title()); },
        "开始点/结束点"},
       {"TimeJumpValue", "15", [&] { return std::to_string(static_cast<int>(window->Player().TimeJumpValue())); }, "15"},
+      // The unit behind the value, as drawn and as read out.
+      {"TimeJumpValue", "20", [&] { return S(window->SettingsList().ShownValue(rows.ListIndexFromKey("TimeJumpValue"))); },
+       "20 s"},
+      {"ImageQuality", "85", [&] { return S(window->SettingsList().ShownValue(rows.ListIndexFromKey("ImageQuality"))); },
+       "85%"},
       {"ShowSetting", "设置窗口", [&] { return std::to_string(window->ShortSettings().ListCount()); }, "0"},
       {"ShowSetting", "主界面", [&] { return window->ShortSettings().ListCount() > 10 ? "short set" : "empty"; },
        "short set"},
