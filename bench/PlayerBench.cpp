@@ -194,11 +194,11 @@ double OpenToFirstFrame(zel::ctlDSPlayer& player, const std::string& clip) {
 // Each round opens the clip in a new control in its own window (the window is
 // on the screen first, as a host's is) and runs `mpv --frames=1` on it.
 // mpv_ms is mpv's own time from its handle to the frame shown, the peer of
-// ours_ms; mpv_process_ms adds starting and ending the program. mpv_ms holds
-// the opening of its X display and EGL (mpv_gl_setup_ms), which this
-// application did once at its start, so ratio_without_gl_setup is the
-// stricter comparison. reopen_ms is a second file opened in the same control,
-// whose OpenGL context then exists.
+// ours_ms; mpv_process_ms adds starting and ending the program. Both hold the
+// setting up of OpenGL (mpv's is mpv_gl_setup_ms): the control makes its GL
+// surface with its first file, so `ratio` compares like with like.
+// ratio_without_gl_setup leaves mpv's out and ours in. reopen_ms is a second
+// file opened in the same control, whose OpenGL context then exists.
 void BM_OpenToFirstFrame(benchmark::State& state) {
   const std::string clip = Clip();
   if (clip.empty() || zel::FindOnPath("mpv").empty()) {

@@ -245,7 +245,12 @@ class ctlDSPlayer : public QWidget {
   // The live session (nullptr while closed), for the parts that ask mpv for
   // more (frames, tracks).
   MpvSession* Session() const { return session_.get(); }
-  MpvVideoWidget* VideoWidget() const { return video_; }
+  // The video's GL surface, made here if no file has made it yet; nullptr for
+  // a control without video output.
+  MpvVideoWidget* VideoWidget() {
+    MakeVideoWidget();
+    return video_;
+  }
   // Further mpv options for the handles of the files opened from now on, set
   // after the player's own (so they win): a host without a sound device, or a
   // measure that must run mpv as the peer it compares with ("ao", "null").
