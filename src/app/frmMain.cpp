@@ -28,6 +28,7 @@
 #include <QDesktopServices>
 #include <QDropEvent>
 #include <QFileDialog>
+#include <QGridLayout>
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QMessageBox>
@@ -336,10 +337,29 @@ void frmMain::BuildPanel() {
   profiles_->SetEditable(false);
   chooser_ = MakeList(panelFrame_, StrChooseProfiles, 32);
   chooser_->SetEditable(false);
+  results_->SetListTitle(Q(StrTransferListTitle));
+  results_->SetDefaultNullListText(Q(StrNoFilesMade));
   for (ctlListbox* list : {settingsFull_, log_, results_, profiles_, chooser_}) {
     column->addWidget(list, 1);
     list->hide();
   }
+  transferBar_ = new QWidget(panelFrame_);
+  auto* transfer = new QGridLayout(transferBar_);
+  transfer->setContentsMargins(0, 4, 0, 0);
+  transferHead_ = MakeButton(transferBar_, StrTransferPanelHead, ButtonMode::FlatLabel);
+  transferFolder_ = MakeButton(transferBar_, StrTransferChooseFolder, ButtonMode::FolderField);
+  transferFolder_->SetTitle(Q(StrTransferChooseFolder));
+  transferFolder_->setFixedHeight(28);
+  transferNow_ = MakeButton(transferBar_, StrTransferNow);
+  transferNow_->setFixedSize(96, 28);
+  transfer->addWidget(transferHead_, 0, 0, 1, 2);
+  transfer->addWidget(transferFolder_, 1, 0);
+  transfer->addWidget(transferNow_, 1, 1);
+  column->addWidget(transferBar_);
+  transferBar_->hide();
+  connect(transferFolder_, &ctlButton::Change, this,
+          [this] { WriteSetting("TransferFilesPath", S(transferFolder_->Caption())); });
+  connect(transferNow_, &ctlButton::Click, this, &frmMain::CopyResultsToDevice);
   panelFrame_->hide();
   connect(panelBack_, &ctlButton::Click, this, [this] { ShowPanel(PanelKind::None); });
   connect(profiles_, &ctlListbox::DblClick, this, [this] { OnProfileRow(profiles_->ListIndex()); });
@@ -846,6 +866,7 @@ void frmMain::ShowPanel(PanelKind kind) {
                                                                {profiles_, PanelKind::Profiles},
                                                                {chooser_, PanelKind::QuickChooser}}};
   for (const auto& [list, which] : lists) list->setVisible(which == kind);
+  transferBar_->setVisible(kind == PanelKind::Results);
   panelFrame_->setVisible(kind != PanelKind::None);
   switch (kind) {
     case PanelKind::None:
@@ -909,6 +930,21 @@ void frmMain::FillResults() {
     item.ShowComment = true;
     results_->AddItem(item);
   }
+  const bool made = results_->ListCount() > 0;
+  transferHead_->SetCaption(Q(made ? StrTransferPanelHead : StrNoFilesMadeHint));
+  transferFolder_->SetCaption(Q(ReadSetting("TransferFilesPath")));
+  transferFolder_->setVisible(made);
+  transferNow_->setVisible(made);
+}
+
+void frmMain::CopyResultsToDevice() {
+  if (loop_->Running()) return;
+  if (ReadSetting("TransferFilesPath").empty()) transferFolder_->ClickIt();
+  const std::string folder = ReadSetting("TransferFilesPath");
+  if (folder.empty()) return;
+  std::vector<std::string> files;
+  for (int i = 0; i < results_->ListCount(); ++i) files.push_back(results_->Model().PathFromIndex(i));
+  CopyToDevice(files, folder, host_);
 }
 
 void frmMain::ShowResultsMenu() {

@@ -66,6 +66,7 @@ class frmMain : public QWidget, public SettingsPanelHost {
   ctlListbox& Info() { return *info_; }
   ctlListbox& LogList() { return *log_; }
   ctlListbox& Results() { return *results_; }
+  ctlButton& TransferNow() { return *transferNow_; }
   ctlListbox& ProfileList() { return *profiles_; }
   ctlListbox& SettingsList() { return *settingsFull_; }
   ctlListbox& ShortSettings() { return *settingsShort_; }
@@ -132,6 +133,7 @@ class frmMain : public QWidget, public SettingsPanelHost {
   void AddLogLine(const QString& line);
   void FillResults();
   void ShowResultsMenu();
+  void CopyResultsToDevice();
   void FillProfiles(std::optional<int> category);
   void OnProfileRow(int index);
   void OnQuickChoice(int index);
@@ -188,6 +190,11 @@ class frmMain : public QWidget, public SettingsPanelHost {
   ctlListbox* settingsFull_ = nullptr;
   ctlListbox* log_ = nullptr;
   ctlListbox* results_ = nullptr;
+  // Under the results: their copy to another device's folder.
+  QWidget* transferBar_ = nullptr;
+  ctlButton* transferHead_ = nullptr;
+  ctlButton* transferFolder_ = nullptr;
+  ctlButton* transferNow_ = nullptr;
   ctlListbox* profiles_ = nullptr;
   ctlListbox* chooser_ = nullptr;
   PanelKind panel_ = PanelKind::None;

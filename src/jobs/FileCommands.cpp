@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <stdio.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -11,7 +12,9 @@
 #include <string>
 
 #include "base/FileHelpers.h"
+#include "base/PathHelpers.h"
 #include "base/TextHelpers.h"
+#include "jobs/DirectJobs.h"
 #include "jobs/FileIntake.h"
 #include "jobs/JobHost.h"
 #include "jobs/ListboxModel.h"
@@ -285,6 +288,45 @@ FileCommandResult MoveFiles(const std::vector<std::string>& files, const std::st
 
 FileCommandResult CopyFiles(const std::vector<std::string>& files, const std::string& folder, JobHost& host) {
   return TransferFiles(files, folder, Transfer::Copy, host);
+}
+
+std::string TransferFile(const std::string& source, const std::string& folder, bool move,
+                         const std::function<bool()>& keepGoing) {
+  if (!FileExists(source) || folder.empty()) return {};
+  const std::string into = cPath(folder);
+  struct statvfs disk {};
+  // A folder still to be made, or a disk that does not say, is given the benefit.
+  if (DirectoryExists(into) && ::statvfs(into.c_str(), &disk) == 0 &&
+      static_cast<int64_t>(disk.f_bavail) * static_cast<int64_t>(disk.f_frsize) < FileSize(source)) {
+    return {};
+  }
+  if (!MakedPath(into)) return {};
+  const std::string target = RenameExists(into + FileNameOf(source), false);
+  if (target.empty() || !ConcatenateFiles({source}, target, keepGoing)) return {};
+  if (FileSize(target) != FileSize(source)) return {};
+  if (move) zel::DeleteFile(source);
+  return target;
+}
+
+std::vector<std::string> CopyToDevice(const std::vector<std::string>& outputs, const std::string& folder,
+                                      JobHost& host) {
+  std::vector<std::string> copies;
+  bool failed = false;
+  for (const std::string& output : outputs) {
+    const std::string copy = TransferFile(output, folder, false, [&host] {
+      host.PumpEvents();
+      return true;
+    });
+    host.PumpEvents();
+    if (copy.empty()) {
+      failed = true;
+      host.AddInfo(StrInfoProblem, std::string(StrCannotCopyFile) + output);
+    } else {
+      copies.push_back(copy);
+    }
+  }
+  host.ShowMessage(failed ? StrTransferFailed : StrAllFilesCopied);
+  return copies;
 }
 
 }  // namespace zel

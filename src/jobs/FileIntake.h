@@ -196,6 +196,18 @@ FileCommandResult DeleteFiles(const std::vector<std::string>& files, JobHost& ho
 // names; an existing file there is never overwritten, the source then stays.
 FileCommandResult MoveFiles(const std::vector<std::string>& files, const std::string& folder, JobHost& host);
 FileCommandResult CopyFiles(const std::vector<std::string>& files, const std::string& folder, JobHost& host);
+// One file placed into `folder` the way the "复制到" and "移动到" formats place
+// it: under a free name, refused when the folder's disk lacks the room, in
+// blocks with `keepGoing` asked between them (false stops). A move removes the
+// source once the copy is whole. The new path, or "" when nothing was placed.
+std::string TransferFile(const std::string& source, const std::string& folder, bool move,
+                         const std::function<bool()>& keepGoing);
+// The result panel's "立即复制": every output copied into `folder` by
+// TransferFile, the host pumped meanwhile. Each file that fails goes to the
+// information list and the end is "失败的复制或移动文件操作"; otherwise
+// "所有文件已经复制到目标目录。". Returns the copies made.
+std::vector<std::string> CopyToDevice(const std::vector<std::string>& outputs, const std::string& folder,
+                                      JobHost& host);
 // Moves one file into the home trash, or the trash of its own disk, with the
 // entry that lets a file manager restore it. False when no trash can take it.
 bool MoveToTrash(const std::string& path);

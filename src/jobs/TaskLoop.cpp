@@ -1,7 +1,5 @@
 #include "jobs/TaskLoop.h"
 
-#include <sys/statvfs.h>
-
 #include <algorithm>
 #include <chrono>
 #include <future>
@@ -14,6 +12,7 @@
 #include "engine/ProbeService.h"
 #include "engine/ProgressText.h"
 #include "jobs/DiagnosticsLog.h"
+#include "jobs/FileIntake.h"
 #include "jobs/FormatCatalogue.h"
 #include "jobs/KaraokeJob.h"
 #include "jobs/DirectJobs.h"
@@ -67,12 +66,6 @@ std::optional<std::string> ProbeCore(const std::string& source, std::string_view
 // Begins that probe on a worker, so that it is ready when the task's turn comes.
 void ProbeAhead(const std::string& source, std::string_view formatName, const ToolSet& tools) {
   if (const auto core = ProbeCore(source, formatName, tools)) ProbeService::Instance().Prefetch(source, *core);
-}
-
-int64_t FreeSpace(const std::string& folder) {
-  struct statvfs info {};
-  if (::statvfs(folder.c_str(), &info) != 0) return -1;
-  return static_cast<int64_t>(info.f_bavail) * static_cast<int64_t>(info.f_frsize);
 }
 
 }  // namespace
@@ -503,27 +496,17 @@ void TaskLoop::RunTransfer(int index, const std::string& source) {
 
   const std::string folderField = read_("OutputFolder");
   const std::string folder = folderField.empty() ? FolderOf(source) : cPath(folderField);
-  const int64_t size = FileSize(source);
-  const bool roomy = !DirectoryExists(folder) || FreeSpace(folder) < 0 || FreeSpace(folder) >= size;
-  bool done = false;
-  std::string target;
-  if (roomy && FileExists(source)) {
-    MakedPath(folder);
-    target = RenameExists(folder + FileNameOf(source), false);
-    const bool copied = !target.empty() && ConcatenateFiles({source}, target, [this] {
-      host_.PumpEvents();
-      return !stopRequested_;
-    });
+  const std::string target = TransferFile(source, folder, move, [this] {
     host_.PumpEvents();
-    done = copied && FileExists(target) && FileSize(target) == FileSize(source);
-  }
+    return !stopRequested_;
+  });
+  host_.PumpEvents();
   std::string result;
-  if (done) {
+  if (!target.empty()) {
     result = std::string(StrInfoDone) + " | " + target;
     info_.Add(StrInfoDone, target);
     outputs_.push_back(target);
     ++jobsSucceeded_;
-    if (move) zel::DeleteFile(source);
   } else {
     result = std::string(StrTransferFailed);
     info_.Add(StrTransferFailed);

@@ -150,6 +150,14 @@ TEST_F(MainWindowTest, ARunShowsItsLooksInOrderAndEndsWithTheResults) {
   EXPECT_EQ(window->StatusField().Caption(), Q(StrWindowIdle));
   EXPECT_TRUE(window->FolderField().isEnabled());
 
+  // "立即复制" puts the outputs into the device's folder and says so.
+  WriteSetting("TransferFilesPath", dir_ / "device");
+  window->TransferNow().ClickIt();
+  EXPECT_EQ(messages_.back(), std::string(StrAllFilesCopied));
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_TRUE(fs::exists(dir_ / "device" / fs::path(window->Results().Model().PathFromIndex(i)).filename()));
+  }
+
   // The results' menu: all outputs to the trash after the question.
   test::EnvGuard data("XDG_DATA_HOME", dir_ / "data");
   const std::string first = window->Results().Model().PathFromIndex(0);

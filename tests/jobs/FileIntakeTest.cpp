@@ -434,6 +434,32 @@ TEST_F(StoreTest, ResultFilesAreCopiedMovedOrTrashedNeverOverwriting) {
       << info;
 }
 
+// "立即复制" places every output beside what the device holds, under a free
+// name, says which failed, and leaves the sources; a move takes the source.
+TEST_F(StoreTest, OutputsAreCopiedToADeviceUnderFreeNames) {
+  const std::string out = dir / "out", device = dir / "device/videos";
+  Touch(out + "/a.mp4", "a");
+  Touch(out + "/b.mp4", "b");
+  Touch(device + "/b.mp4", "kept");
+  const Paths copies = CopyToDevice({out + "/a.mp4", out + "/b.mp4"}, device, host);
+  EXPECT_EQ(copies, (Paths{device + "/a.mp4", device + "/b(1).mp4"}));
+  EXPECT_EQ(ReadText(device + "/b.mp4"), "kept\n");
+  EXPECT_EQ(ReadText(device + "/b(1).mp4"), "b\n");
+  EXPECT_TRUE(FileExists(out + "/a.mp4") && FileExists(out + "/b.mp4"));
+  EXPECT_EQ(host.messages.back(), "所有文件已经复制到目标目录。");
+
+  EXPECT_EQ(CopyToDevice({out + "/gone.mp4", out + "/a.mp4"}, dir / "fresh", host), Paths{dir / "fresh/a.mp4"});
+  EXPECT_EQ(host.infos.back(), "问题 | 无法复制文件: " + out + "/gone.mp4");
+  EXPECT_EQ(host.messages.back(), "失败的复制或移动文件操作");
+
+  const auto going = [] { return true; };
+  EXPECT_EQ(TransferFile(out + "/a.mp4", device, true, going), device + "/a(1).mp4");
+  EXPECT_FALSE(FileExists(out + "/a.mp4"));
+  EXPECT_EQ(TransferFile(out + "/b.mp4", device, false, [] { return false; }), "") << "a stopped copy places nothing";
+  EXPECT_FALSE(FileExists(device + "/b(2).mp4"));
+  EXPECT_TRUE(FileExists(out + "/b.mp4"));
+}
+
 TEST(FileIntake, SearchAddressesForAFilesBaseName) {
   struct Case {
     std::string_view engine, path, url;
