@@ -105,7 +105,7 @@ frmMain::frmMain(MpvOutput playerOutput, QWidget* parent) : QWidget(parent), pla
   auto* toolbar = new QHBoxLayout();
   toolbar->setContentsMargins(8, 0, 8, 0);
   for (ctlButton* b : {addButton_, removeButton_, clearButton_, settingsButton_, logButton_, resultsButton_,
-                       profilesButton_, avsButton_}) {
+                       profilesButton_, avsButton_, finishButton_}) {
     toolbar->addWidget(b);
   }
   toolbar->addStretch(1);
@@ -213,12 +213,16 @@ void frmMain::BuildToolbar() {
   resultsButton_ = MakeButton(this, StrButtonResults);
   profilesButton_ = MakeButton(this, StrButtonProfiles);
   avsButton_ = MakeButton(this, StrAviSynthButtonOpen);
+  finishButton_ = MakeButton(this, StrFinishMenuButton);
+  finishButton_->SetShowDropDownSymbol(true);
   for (ctlButton* b : {addButton_, removeButton_, clearButton_, settingsButton_, logButton_, resultsButton_,
-                       profilesButton_, avsButton_}) {
+                       profilesButton_, avsButton_, finishButton_}) {
     b->setFixedHeight(28);
     b->setMinimumWidth(72);
   }
   avsButton_->setMinimumWidth(120);
+  finishButton_->setMinimumWidth(120);
+  connect(finishButton_, &ctlButton::Click, this, &frmMain::ShowFinishMenu);
   connect(addButton_, &ctlButton::Click, this, &frmMain::ShowAddMenu);
   connect(removeButton_, &ctlButton::Click, this, &frmMain::RemoveSelectedTask);
   connect(clearButton_, &ctlButton::Click, this, &frmMain::ClearTasks);
@@ -935,6 +939,23 @@ void frmMain::FillResults() {
   transferFolder_->SetCaption(Q(ReadSetting("TransferFilesPath")));
   transferFolder_->setVisible(made);
   transferNow_->setVisible(made);
+}
+
+// What the end of a run does, checked at the stored choice; it may be changed
+// while a run goes on, and the run's end reads it then.
+void frmMain::ShowFinishMenu() {
+  static constexpr std::array<Text, 10> kActions{StrFinishNothing, StrFinishShutDown, StrFinishRestart,
+                                                 StrFinishLogOff,  StrFinishQuit,     StrFinishNotify,
+                                                 StrFinishSound,   StrFinishBalloon,  StrFinishResults,
+                                                 StrFinishOpen};
+  const std::string stored = ReadSetting("ConvertFinished");
+  std::string items, checked;
+  for (Text action : kActions) {
+    items += (items.empty() ? "" : "|") + std::string(action);
+    checked += (checked.empty() ? "" : "|") + std::string(action == stored ? "1" : "0");
+  }
+  const int chosen = finishButton_->PopupMenu(Q(items), -1, Q(checked), "0", 0, finishButton_->height());
+  if (chosen >= 0 && chosen < static_cast<int>(kActions.size())) WriteSetting("ConvertFinished", kActions[chosen]);
 }
 
 void frmMain::CopyResultsToDevice() {

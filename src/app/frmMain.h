@@ -67,6 +67,7 @@ class frmMain : public QWidget, public SettingsPanelHost {
   ctlListbox& LogList() { return *log_; }
   ctlListbox& Results() { return *results_; }
   ctlButton& TransferNow() { return *transferNow_; }
+  ctlButton& FinishButton() { return *finishButton_; }
   ctlListbox& ProfileList() { return *profiles_; }
   ctlListbox& SettingsList() { return *settingsFull_; }
   ctlListbox& ShortSettings() { return *settingsShort_; }
@@ -134,6 +135,7 @@ class frmMain : public QWidget, public SettingsPanelHost {
   void FillResults();
   void ShowResultsMenu();
   void CopyResultsToDevice();
+  void ShowFinishMenu();
   void FillProfiles(std::optional<int> category);
   void OnProfileRow(int index);
   void OnQuickChoice(int index);
@@ -168,6 +170,7 @@ class frmMain : public QWidget, public SettingsPanelHost {
   ctlButton* resultsButton_ = nullptr;
   ctlButton* profilesButton_ = nullptr;
   ctlButton* avsButton_ = nullptr;
+  ctlButton* finishButton_ = nullptr;
   ctlButton* taskTab_ = nullptr;
   ctlButton* fileTab_ = nullptr;
   ctlListbox* tasks_ = nullptr;

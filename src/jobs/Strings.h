@@ -54,6 +54,7 @@ inline constexpr Text StrPanelLog = "转换日志";
 inline constexpr Text StrPanelResults = "处理结果";
 inline constexpr Text StrPanelProfiles = "预置转换方案";
 inline constexpr Text StrPreviewPlayerName = "预览播放器";
+inline constexpr Text StrFinishMenuButton = "任务完成后";
 inline constexpr Text StrStatusField = "状态";
 inline constexpr Text StrFormatNote = "格式说明";
 inline constexpr Text StrLoadTaskList = "载入任务列表";

@@ -244,6 +244,21 @@ TEST_F(MainWindowTest, SettingsRowsStoreAtOnceAndReachTheWindow) {
     EXPECT_EQ(ReadSetting(c.key), c.value) << c.key;
     EXPECT_EQ(c.shown(), c.expected) << c.key << " = " << c.value;
   }
+  // The end-of-run menu: the stored action checked, the choice stored.
+  std::vector<std::string> checked;
+  ctlButton::PopupMenuExec = [&](QMenu& menu, const QPoint&) -> QAction* {
+    QAction* pick = nullptr;
+    for (QAction* action : menu.actions()) {
+      if (action->isChecked()) checked.push_back(S(action->text()));
+      if (action->text() == Q(StrFinishBalloon)) pick = action;
+    }
+    return pick;
+  };
+  window->FinishButton().ClickIt();
+  ctlButton::PopupMenuExec = nullptr;
+  EXPECT_EQ(checked, std::vector<std::string>{std::string(StrFinishNothing)});
+  EXPECT_EQ(ReadSetting("ConvertFinished"), StrFinishBalloon);
+
   // AviSynth's rows come with its button.
   EXPECT_LT(rows.ListIndexFromKey("AVSLogoText"), 0);
   window->AviSynthButton().ClickIt();
