@@ -10,7 +10,6 @@ extern "C" {
 
 #include <cstdarg>
 #include <cstdio>
-#include <mutex>
 
 #include "base/TextHelpers.h"
 
@@ -95,10 +94,10 @@ std::string VersionText(unsigned version) {
 
 }  // namespace
 
-void QuietMediaLibraries() {
-  static std::once_flag once;
-  std::call_once(once, [] { av_log_set_callback(Collect); });
-}
+// libmpv puts its own message handler in when it makes a handle, and the
+// libraries have one for the whole process; ours goes back in before each use.
+// mpv then loses the libraries' lines from its own log, which nobody reads.
+void QuietMediaLibraries() { av_log_set_callback(Collect); }
 
 std::optional<MediaFigures> InspectMedia(const std::string& path) {
   QuietMediaLibraries();
@@ -111,7 +110,9 @@ std::optional<MediaFigures> InspectMedia(const std::string& path) {
   return figures;
 }
 
-MediaReading ReadMedia(const std::string& path) {
+namespace {
+
+MediaReading ReadMediaOnce(const std::string& path) {
   QuietMediaLibraries();
   MediaReading reading;
   collected = &reading.text;
@@ -138,6 +139,16 @@ MediaReading ReadMedia(const std::string& path) {
     avformat_close_input(&context);
   }
   collected = nullptr;
+  return reading;
+}
+
+}  // namespace
+
+MediaReading ReadMedia(const std::string& path) {
+  // The libraries always say something, the description or the failure, so
+  // silence means a player took the handler back while this one was read.
+  MediaReading reading = ReadMediaOnce(path);
+  for (int again = 0; again < 2 && reading.text.empty(); ++again) reading = ReadMediaOnce(path);
   return reading;
 }
 
