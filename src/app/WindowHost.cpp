@@ -5,6 +5,7 @@
 #include "jobs/Strings.h"
 
 #include <QApplication>
+#include <QDesktopServices>
 #include <QEventLoop>
 
 namespace zel {
@@ -77,5 +78,7 @@ bool WindowHost::PowerAction(std::string_view action) {
 bool WindowHost::OpenFolder(const std::string& folder) {
   return folderOpener ? folderOpener(folder) : zel::OpenFolder(folder);
 }
+
+bool WindowHost::OpenUrl(const QUrl& url) { return urlOpener ? urlOpener(url) : QDesktopServices::openUrl(url); }
 
 }  // namespace zel

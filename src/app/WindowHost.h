@@ -7,6 +7,7 @@
 
 #include <QElapsedTimer>
 #include <QObject>
+#include <QUrl>
 #include <QString>
 
 #include <functional>
@@ -28,6 +29,7 @@ class WindowHost : public QObject, public RunHost {
   // unless a test replaces them.
   std::function<bool(std::string_view action)> powerAction;
   std::function<bool(const std::string& folder)> folderOpener;
+  std::function<bool(const QUrl& url)> urlOpener;
 
   void AddInfo(std::string_view category, std::string_view message, std::string_view tag) override;
   bool Ask(std::string_view question, bool defaultYes) override;
@@ -54,6 +56,8 @@ class WindowHost : public QObject, public RunHost {
   void PlayTones() override;
   bool PowerAction(std::string_view action) override;
   bool OpenFolder(const std::string& folder) override;
+  // A web address or a local file, with the desktop's handler for it.
+  bool OpenUrl(const QUrl& url);
 
  signals:
   void InfoAdded(QString category, QString message, QString tag);

@@ -6,6 +6,7 @@
 #include "base/PathHelpers.h"
 #include "base/TextHelpers.h"
 #include "controls/ApplyTheme.h"
+#include "controls/DialogChooser.h"
 #include "controls/QtText.h"
 #include "controls/Theme.h"
 #include "controls/ctlButton.h"
@@ -25,7 +26,6 @@
 #include <QApplication>
 #include <QBuffer>
 #include <QCloseEvent>
-#include <QDesktopServices>
 #include <QDropEvent>
 #include <QFileDialog>
 #include <QGridLayout>
@@ -109,6 +109,7 @@ frmMain::frmMain(MpvOutput playerOutput, QWidget* parent) : QWidget(parent), pla
     toolbar->addWidget(b);
   }
   toolbar->addStretch(1);
+  toolbar->addWidget(toolsButton_);
   column->addLayout(toolbar);
 
   auto* middle = new QHBoxLayout();
@@ -161,7 +162,7 @@ frmMain::frmMain(MpvOutput playerOutput, QWidget* parent) : QWidget(parent), pla
     const int row = tasks_->ListIndex();
     if (row < 0) return;
     const std::string url = SearchUrl(SearchEngines().front().name, tasks_->Model().PathFromIndex(row));
-    if (!url.empty()) QDesktopServices::openUrl(QUrl(Q(url)));
+    if (!url.empty()) host_.OpenUrl(QUrl(Q(url)));
   });
 
   loop_ = std::make_unique<TaskLoop>(engine_, tasks_->Model(), host_, [](std::string_view key) {
@@ -215,14 +216,17 @@ void frmMain::BuildToolbar() {
   avsButton_ = MakeButton(this, StrAviSynthButtonOpen);
   finishButton_ = MakeButton(this, StrFinishMenuButton);
   finishButton_->SetShowDropDownSymbol(true);
+  toolsButton_ = MakeButton(this, StrButtonTools);
+  toolsButton_->SetShowDropDownSymbol(true);
   for (ctlButton* b : {addButton_, removeButton_, clearButton_, settingsButton_, logButton_, resultsButton_,
-                       profilesButton_, avsButton_, finishButton_}) {
+                       profilesButton_, avsButton_, finishButton_, toolsButton_}) {
     b->setFixedHeight(28);
     b->setMinimumWidth(72);
   }
   avsButton_->setMinimumWidth(120);
   finishButton_->setMinimumWidth(120);
   connect(finishButton_, &ctlButton::Click, this, &frmMain::ShowFinishMenu);
+  connect(toolsButton_, &ctlButton::Click, this, &frmMain::ShowToolsMenu);
   connect(addButton_, &ctlButton::Click, this, &frmMain::ShowAddMenu);
   connect(removeButton_, &ctlButton::Click, this, &frmMain::RemoveSelectedTask);
   connect(clearButton_, &ctlButton::Click, this, &frmMain::ClearTasks);
@@ -810,15 +814,14 @@ void frmMain::ShowAddMenu() {
     ClearPictureSettings();
     RebuildSettingRows();
   } else if (chosen == drivesEnd + 6) {
-    const QString file = QFileDialog::getOpenFileName(this, Q(StrLoadTaskList), Q(OpenDialogFolder()),
-                                                      Q(StrTaskListFiles));
-    if (!file.isEmpty()) tasks_->Model().LoadListFromFile(S(file));
+    const auto file = Dialogs().ChooseOpenFile(this, Q(StrLoadTaskList), Q(OpenDialogFolder()), Q(StrTaskListFiles));
+    if (file) tasks_->Model().LoadListFromFile(S(*file));
   } else if (chosen == drivesEnd + 7) {
-    // The dialog's own overwrite question stands for the program's.
-    const QString file = QFileDialog::getSaveFileName(this, Q(StrSaveTaskList), Q(OpenDialogFolder()),
-                                                      Q(StrTaskListFiles));
-    if (!file.isEmpty() && !tasks_->Model().SaveListToFile(S(file))) {
-      host_.AddInfo(StrInfoProblem, std::string(StrCannotWriteFile) + S(file), {});
+    const auto file = Dialogs().ChooseSaveFile(this, Q(StrSaveTaskList), Q(OpenDialogFolder()), Q(StrTaskListFiles));
+    if (!file) return;
+    if (FileExists(S(*file)) && !host_.Ask(StrOverwriteListQuestion, false)) return;
+    if (!tasks_->Model().SaveListToFile(S(*file))) {
+      host_.AddInfo(StrInfoProblem, std::string(StrCannotWriteFile) + S(*file), {});
     }
   }
 }

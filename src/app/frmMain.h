@@ -8,6 +8,7 @@
 #include "app/WindowHost.h"
 #include "engine/FFmpegX.h"
 #include "jobs/FormatCatalogue.h"
+#include "jobs/Profiles.h"
 #include "jobs/SettingsRows.h"
 #include "jobs/TaskLoop.h"
 #include "player/MpvSession.h"
@@ -19,6 +20,9 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 namespace zel {
 
@@ -27,6 +31,7 @@ class ctlCustomFrame;
 class ctlDSPlayer;
 class ctlListbox;
 class DiagnosticsLog;
+class DialogChooser;
 class FileIntake;
 
 // The panel over the lists, by what it shows.
@@ -68,6 +73,12 @@ class frmMain : public QWidget, public SettingsPanelHost {
   ctlListbox& Results() { return *results_; }
   ctlButton& TransferNow() { return *transferNow_; }
   ctlButton& FinishButton() { return *finishButton_; }
+  ctlButton& ToolsButton() { return *toolsButton_; }
+  // The tools menu's commands by name ("option", "copylog", "reset" ...);
+  // false for a name this program has nothing for, or one not available now.
+  bool RunToolsCommand(std::string_view command);
+  // The file dialogs of the user settings and the task lists (tests answer them).
+  void SetDialogs(DialogChooser* dialogs) { dialogs_ = dialogs; }
   ctlListbox& ProfileList() { return *profiles_; }
   ctlListbox& SettingsList() { return *settingsFull_; }
   ctlListbox& ShortSettings() { return *settingsShort_; }
@@ -136,6 +147,17 @@ class frmMain : public QWidget, public SettingsPanelHost {
   void ShowResultsMenu();
   void CopyResultsToDevice();
   void ShowFinishMenu();
+  void ShowToolsMenu();
+  void ShowUserSettingsMenu();
+  void ChooseDisc();
+  void LoadUserSettings(const std::string& path);
+  // The profile row selected in the chooser; none on a category row.
+  const Profile* SelectedProfile() const;
+  void CopyMediaInfo();
+  void OpenHelp();
+  struct ToolsAction;
+  std::vector<std::pair<std::string_view, ToolsAction>> ToolsActions();
+  DialogChooser& Dialogs();
   void FillProfiles(std::optional<int> category);
   void OnProfileRow(int index);
   void OnQuickChoice(int index);
@@ -171,6 +193,7 @@ class frmMain : public QWidget, public SettingsPanelHost {
   ctlButton* profilesButton_ = nullptr;
   ctlButton* avsButton_ = nullptr;
   ctlButton* finishButton_ = nullptr;
+  ctlButton* toolsButton_ = nullptr;
   ctlButton* taskTab_ = nullptr;
   ctlButton* fileTab_ = nullptr;
   ctlListbox* tasks_ = nullptr;
@@ -202,6 +225,9 @@ class frmMain : public QWidget, public SettingsPanelHost {
   ctlListbox* chooser_ = nullptr;
   PanelKind panel_ = PanelKind::None;
   std::optional<int> profileCategory_;
+
+  // Qt's own dialogs unless a test set others.
+  DialogChooser* dialogs_ = nullptr;
 
   QStringList queuedFiles_;
   bool ready_ = false;

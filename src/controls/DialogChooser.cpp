@@ -25,6 +25,13 @@ class QtChooser final : public DialogChooser {
     if (file.isEmpty()) return std::nullopt;
     return file;
   }
+  std::optional<QString> ChooseSaveFile(QWidget* parent, const QString& title, const QString& suggested,
+                                        const QString& filter) override {
+    const QString file =
+        QFileDialog::getSaveFileName(parent, title, suggested, filter, nullptr, QFileDialog::DontConfirmOverwrite);
+    if (file.isEmpty()) return std::nullopt;
+    return file;
+  }
   std::optional<QString> ChooseFolder(QWidget* parent, const QString& prompt, const QString& start) override {
     const QString folder = QFileDialog::getExistingDirectory(parent, prompt, start);
     if (folder.isEmpty()) return std::nullopt;

@@ -23,6 +23,10 @@ class DialogChooser {
   // `filter` is in Qt's form ("Videos (*.mp4 *.mkv);;All (*)").
   virtual std::optional<QString> ChooseOpenFile(QWidget* parent, const QString& title, const QString& folder,
                                                 const QString& filter) = 0;
+  // `suggested` is a whole path; the program asks before it replaces a file,
+  // so the dialog does not.
+  virtual std::optional<QString> ChooseSaveFile(QWidget* parent, const QString& title, const QString& suggested,
+                                                const QString& filter) = 0;
   virtual std::optional<QString> ChooseFolder(QWidget* parent, const QString& prompt, const QString& start) = 0;
   virtual std::optional<QFont> ChooseFont(QWidget* parent, const QFont& initial) = 0;
 };

@@ -139,6 +139,23 @@ std::string TaskComment(const std::string& path, FFmpegX* probe) {
   return comment;
 }
 
+std::string MediaInfoText(const std::string& path, std::string_view toolText, std::string_view comment) {
+  std::string text = path;
+  bool inBlock = false, found = false;
+  for (std::string_view line : SplitLines(toolText, LastLine::Keep)) {
+    // The block is its head line and the indented lines under it; the
+    // tool's complaint about a missing output follows unindented.
+    if (line.starts_with("Input #")) {
+      inBlock = found = true;
+    } else if (line.empty() || line.front() != ' ') {
+      inBlock = false;
+    }
+    if (inBlock) text.append("\n").append(line);
+  }
+  if (!found && !comment.empty()) text.append("\n").append(comment);
+  return text;
+}
+
 void AddToTaskList(ListboxModel& tasks, const std::string& path, FFmpegX* probe) {
   const bool disc = SourceKindOf(path) == SourceKind::Disc;
   ListItem item;

@@ -50,6 +50,10 @@ bool WriteCutToSelectedTask(ListboxModel& tasks, std::string_view playerFile, st
 void AddToTaskList(ListboxModel& tasks, const std::string& path, FFmpegX* probe = nullptr);
 // The comment a row of this source gets when it is made.
 std::string TaskComment(const std::string& path, FFmpegX* probe = nullptr);
+// What "复制媒体信息" puts on the clipboard: the path, then the tool's own
+// description of the file (its "Input #" block) from what it printed for
+// "-i PATH", or the row's comment when it printed none.
+std::string MediaInfoText(const std::string& path, std::string_view toolText, std::string_view comment);
 
 // The information list of the main window: lines "category | message", cleared
 // when it passes 1000 lines. The host shows each line as it comes.

@@ -11,10 +11,12 @@
 #include "jobs/StartUp.h"
 #include "jobs/Strings.h"
 #include "player/ctlDSPlayer.h"
+#include "support/FakeChooser.h"
 #include "support/TestSupport.h"
 
 #include <QApplication>
 #include <QAction>
+#include <QClipboard>
 #include <QElapsedTimer>
 #include <QMenu>
 
@@ -305,6 +307,99 @@ TEST_F(MainWindowTest, AFolderDropAddsItsMediaAndClosingStopsTheScan) {
   WaitFor([] { return false; }, 300);
   EXPECT_EQ(window->Tasks().ListCount(), rows) << "rows kept coming after the window closed";
   EXPECT_LE(rows, 1001);
+}
+
+// The tools menu offers what fits the moment and carries out each command.
+TEST_F(MainWindowTest, ToolsMenuOffersWhatFitsNowAndCarriesItOut) {
+  MakeClip(dir_ / "a.mp4", 2);
+  test::EnvGuard data("XDG_DATA_HOME", dir_ / "data");
+  auto window = Start();
+  test::FakeChooser dialogs;
+  window->SetDialogs(&dialogs);
+  std::vector<QUrl> opened;
+  window->Host().urlOpener = [&](const QUrl& url) {
+    opened.push_back(url);
+    return true;
+  };
+  // Shows the menu and picks the entry called `pick`, if any; keeps the
+  // entries that were off and those checked.
+  std::vector<std::string> off, on;
+  auto menu = [&](const std::string& pick, const std::function<void()>& open) {
+    off.clear();
+    on.clear();
+    ctlButton::PopupMenuExec = [&](QMenu& shown, const QPoint&) -> QAction* {
+      QAction* chosen = nullptr;
+      for (QAction* action : shown.actions()) {
+        if (!action->isEnabled() && !action->isSeparator()) off.push_back(S(action->text()));
+        if (action->isChecked()) on.push_back(S(action->text()));
+        if (S(action->text()) == pick) chosen = action;
+      }
+      return chosen;
+    };
+    open();
+    ctlButton::PopupMenuExec = nullptr;
+  };
+  menu("", [&] { window->ToolsButton().ClickIt(); });
+  EXPECT_EQ(off, (std::vector<std::string>{std::string(StrToolsApplyProfile), std::string(StrToolsCopyMediaInfo),
+                                           std::string(StrToolsCopyLog), std::string(StrToolsCancelTask)}));
+  EXPECT_TRUE(on.empty()) << on.front();
+
+  struct Case {
+    const char* command;
+    bool done;
+    std::function<std::string()> seen;
+    std::string expected;
+  };
+  const Case cases[] = {
+      {"option", true, [&] { return window->Panel() == PanelKind::Settings ? "settings" : "other"; }, "settings"},
+      {"dontshow", true, [] { return ReadSetting("ShowTip"); }, "是"},
+      {"dontshow", true, [] { return ReadSetting("ShowTip"); }, "否"},
+      {"join", true, [&] { return S(window->FormatField().Caption()); }, std::string(StrDirectJoin)},
+      {"split", true, [&] { return S(window->FormatField().Caption()); }, std::string(StrDirectCut)},
+      // Nothing here installs a decoder pack; no run to cancel; no row.
+      {"codec", false, [] { return ""; }, ""},
+      {"cancelprocess", false, [] { return ""; }, ""},
+      {"copymediainfo", false, [] { return ""; }, ""},
+      {"home", true, [&] { return opened.empty() ? "" : fs::path(S(opened.back().toLocalFile())).filename().string(); },
+       "README.md"},
+  };
+  for (const Case& c : cases) {
+    EXPECT_EQ(window->RunToolsCommand(c.command), c.done) << c.command;
+    EXPECT_EQ(c.seen(), c.expected) << c.command;
+  }
+
+  // The media facts of the selected row, read off the GUI thread.
+  QGuiApplication::clipboard()->clear();
+  window->DropFiles({Q(dir_ / "a.mp4")});
+  window->Tasks().SetListIndex(0);
+  ASSERT_TRUE(window->RunToolsCommand("copymediainfo"));
+  WaitFor([] { return !QGuiApplication::clipboard()->text().isEmpty(); });
+  const std::string facts = S(QGuiApplication::clipboard()->text());
+  EXPECT_TRUE(facts.starts_with(dir_ / "a.mp4" + "\nInput #0")) << facts;
+  EXPECT_NE(facts.find("Stream #0:0"), std::string::npos) << facts;
+  EXPECT_EQ(facts.find("output file"), std::string::npos) << facts;
+
+  emit window->Host().LogLineAdded("ffmpeg -i a.mp4 b.mp4");
+  ASSERT_TRUE(window->RunToolsCommand("copylog"));
+  EXPECT_EQ(S(QGuiApplication::clipboard()->text()), Rows(window->LogList()).back());
+
+  // The user's settings saved under a name and loaded back by it.
+  dialogs.saveFile = Q(UserProfilesFolder() + "mine.xml");
+  menu(std::string(StrToolsSaveSettings), [&] { window->RunToolsCommand("customized"); });
+  ASSERT_TRUE(fs::exists(UserProfilesFolder() + "mine.xml"));
+  EXPECT_EQ(S(dialogs.seenSuggested).rfind(UserProfilesFolder() + "UserProfile, ", 0), 0u) << S(dialogs.seenSuggested);
+  window->ChooseFormat("AVI");
+  menu("mine", [&] { window->RunToolsCommand("customized"); });
+  EXPECT_EQ(questions_.back().find(StrLoadProfileQuestion) != std::string::npos, true) << questions_.back();
+  EXPECT_EQ(ReadSetting("OutputMode"), StrDirectCut);
+  EXPECT_EQ(window->FormatField().Caption(), Q(StrDirectCut));
+
+  // The reset asks, says to start again, and closes the window unasked.
+  ASSERT_TRUE(window->RunToolsCommand("reset"));
+  EXPECT_EQ(questions_.back(), std::string(StrResetAllQuestion));
+  EXPECT_EQ(messages_.back(), std::string(StrRestartToApply));
+  EXPECT_NE(ReadSetting("OutputMode"), StrDirectCut);
+  EXPECT_FALSE(window->isVisible());
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "controls/ctlButton.h"
 
 #include "controls/DialogChooser.h"
+#include "support/FakeChooser.h"
 #include "controls/Theme.h"
 #include "engine/PriorityClass.h"
 
@@ -31,29 +32,7 @@
 namespace zel {
 namespace {
 
-// Answers every dialog with what the test put in, or cancels with nullopt.
-class FakeChooser final : public DialogChooser {
- public:
-  std::optional<QString> path;
-  std::optional<QFont> font;
-  QString filter;
-  int asked = 0;
-
-  std::optional<QColor> ChooseColor(QWidget*, const QColor&, std::array<QColor, 16>&) override { return {}; }
-  std::optional<QString> ChooseOpenFile(QWidget*, const QString&, const QString&, const QString& f) override {
-    ++asked;
-    filter = f;
-    return path;
-  }
-  std::optional<QString> ChooseFolder(QWidget*, const QString&, const QString&) override {
-    ++asked;
-    return path;
-  }
-  std::optional<QFont> ChooseFont(QWidget*, const QFont&) override {
-    ++asked;
-    return font;
-  }
-};
+using test::FakeChooser;
 
 // The button's events by name, in the order they came.
 struct Recorder {
@@ -239,7 +218,7 @@ TEST(ButtonFields, DialogAnswersAndCancels) {
   for (const Case& c : cases) {
     ctlButton b;
     FakeChooser chooser;
-    chooser.path = c.answer;
+    chooser.file = chooser.folder = c.answer;
     if (c.answer) chooser.font = QFont(*c.answer, 14);
     b.SetChooser(&chooser);
     b.SetMode(static_cast<int>(c.mode));
@@ -253,7 +232,7 @@ TEST(ButtonFields, DialogAnswersAndCancels) {
     EXPECT_EQ(b.Caption(), c.caption) << label;
     EXPECT_EQ(r.Take(), c.events) << label;
     if (c.mode == ButtonMode::FileField) {
-      EXPECT_EQ(chooser.filter, "Videos (*.mp4 *.mkv);;All (*)");
+      EXPECT_EQ(chooser.seenFilter, "Videos (*.mp4 *.mkv);;All (*)");
     }
     if (c.mode == ButtonMode::FontField && c.answer) {
       EXPECT_EQ(b.Font().pointSize(), 14);
@@ -262,7 +241,7 @@ TEST(ButtonFields, DialogAnswersAndCancels) {
   // The folder dialog on its own, from a button of another mode.
   ctlButton b;
   FakeChooser chooser;
-  chooser.path = "/srv";
+  chooser.folder = "/srv";
   b.SetChooser(&chooser);
   b.SelectForFolder();
   EXPECT_EQ(b.Caption(), "/srv");

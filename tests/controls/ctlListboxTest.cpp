@@ -1,5 +1,6 @@
 #include "controls/ctlListbox.h"
 #include "controls/DialogChooser.h"
+#include "support/FakeChooser.h"
 #include "controls/FontText.h"
 #include "controls/QtText.h"
 #include "controls/Theme.h"
@@ -24,45 +25,7 @@
 namespace zel {
 namespace {
 
-// Answers in place of the dialogs and remembers what it was asked.
-struct FakeChooser : DialogChooser {
-  std::optional<QColor> color;
-  std::optional<QString> file, folder;
-  std::optional<QFont> font;
-  std::function<void(std::array<QColor, 16>&)> touchCustom;
-  QColor seenColor;
-  std::array<QColor, 16> seenCustom{};
-  QString seenTitle, seenFolder, seenFilter, seenPrompt, seenStart;
-  QFont seenFont;
-  int asked = 0;
-
-  std::optional<QColor> ChooseColor(QWidget*, const QColor& initial, std::array<QColor, 16>& custom) override {
-    ++asked;
-    seenColor = initial;
-    seenCustom = custom;
-    if (touchCustom) touchCustom(custom);
-    return color;
-  }
-  std::optional<QString> ChooseOpenFile(QWidget*, const QString& title, const QString& folder,
-                                        const QString& filter) override {
-    ++asked;
-    seenTitle = title;
-    seenFolder = folder;
-    seenFilter = filter;
-    return file;
-  }
-  std::optional<QString> ChooseFolder(QWidget*, const QString& prompt, const QString& start) override {
-    ++asked;
-    seenPrompt = prompt;
-    seenStart = start;
-    return folder;
-  }
-  std::optional<QFont> ChooseFont(QWidget*, const QFont& initial) override {
-    ++asked;
-    seenFont = initial;
-    return font;
-  }
-};
+using test::FakeChooser;
 
 // Every signal of a list as one line, in the order raised.
 struct Recorder {

@@ -140,6 +140,25 @@ TEST_F(StoreTest, TaskRowsAndTheirCutRecords) {
   EXPECT_EQ(tasks.ListComment(0), "[ 开始点 00:00:01,000 ] - [ 结束点 00:00:02,000 ] / [ 分段数 3 ]");
   EXPECT_EQ(tasks.ListOther(1), "|||");
 
+  // "复制媒体信息": the tool's "Input #" blocks without its banner or its
+  // complaint about a missing output; the row's comment when it printed none.
+  struct Facts {
+    std::string toolText, expected;
+  };
+  const std::string banner = "ffmpeg version 5.1\r\n  built with gcc\r\n";
+  const std::string input0 = "Input #0, matroska, from 'a.mkv':\n  Duration: 00:00:02.00\n    Stream #0:0: Video: h264\n";
+  for (const Facts& f : {
+           Facts{banner + input0 + "At least one output file must be specified\n",
+                 "/a.mkv\nInput #0, matroska, from 'a.mkv':\n  Duration: 00:00:02.00\n    Stream #0:0: Video: h264"},
+           Facts{input0 + "Input #1, wav, from 'b.wav':\n  Duration: 00:00:01.00\n",
+                 "/a.mkv\nInput #0, matroska, from 'a.mkv':\n  Duration: 00:00:02.00\n    Stream #0:0: Video: h264"
+                 "\nInput #1, wav, from 'b.wav':\n  Duration: 00:00:01.00"},
+           Facts{banner + "/a.mkv: Invalid data found when processing input\n", "/a.mkv\nMKV, 11B"},
+           Facts{"", "/a.mkv\nMKV, 11B"},
+       }) {
+    EXPECT_EQ(MediaInfoText("/a.mkv", f.toolText, "MKV, 11B"), f.expected) << f.toolText;
+  }
+
   EXPECT_EQ(SourceKindOf("/a/b.JPG"), SourceKind::Image);
   EXPECT_EQ(SourceKindOf("/a/b.srt"), SourceKind::Subtitle);
   EXPECT_EQ(SourceKindOf("/a/b.webm"), SourceKind::Video);
