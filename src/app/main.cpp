@@ -3,28 +3,21 @@
 #include "app/frmMain.h"
 #include "app/FirstPaintReport.h"
 #include "app/frmStartUp.h"
-#include "controls/Accessibility.h"
-#include "controls/FontText.h"
 #include "controls/QtText.h"
 #include "jobs/StartUp.h"
-#include "player/PlayerAccessibility.h"
+#include "player/DesktopApplication.h"
 
 #include <QApplication>
 #include <QDir>
 #include <QFileInfo>
 
-#include <clocale>
 #include <cstdlib>
 #include <memory>
 #include <string>
 
 int main(int argc, char** argv) {
   QApplication app(argc, argv);
-  // libmpv reads numbers in the C form; Qt has set the user's by now.
-  std::setlocale(LC_NUMERIC, "C");
-  zel::InstallFontFallbacks();
-  zel::InstallAccessibility();
-  zel::InstallPlayerAccessibility();
+  zel::PrepareDesktopApplication();
 
   zel::StartOptions options;
   QStringList files;

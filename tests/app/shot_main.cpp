@@ -2,12 +2,10 @@
 // FILE... added, the first one playing paused in the preview, written as a
 // picture for the README. Run on a display with its own settings store.
 #include "app/frmMain.h"
-#include "controls/Accessibility.h"
-#include "controls/FontText.h"
 #include "controls/ctlListbox.h"
 #include "jobs/Settings.h"
 #include "jobs/StartUp.h"
-#include "player/PlayerAccessibility.h"
+#include "player/DesktopApplication.h"
 #include "player/ctlDSPlayer.h"
 
 #include <QApplication>
@@ -15,7 +13,6 @@
 #include <QFileInfo>
 #include <QImage>
 
-#include <clocale>
 #include <cstdio>
 
 namespace {
@@ -30,10 +27,7 @@ void WaitFor(const std::function<bool()>& done, int ms) {
 
 int main(int argc, char** argv) {
   QApplication app(argc, argv);
-  std::setlocale(LC_NUMERIC, "C");
-  zel::InstallFontFallbacks();
-  zel::InstallAccessibility();
-  zel::InstallPlayerAccessibility();
+  zel::PrepareDesktopApplication();
   const QStringList args = app.arguments().mid(1);
   if (args.size() < 2) {
     std::fprintf(stderr, "usage: zel-window-shot OUT.png FILE...\n");

@@ -8,10 +8,9 @@
 // written, panel and bar included); --caption and --text set what an idle
 // player shows, with an empty FILE. With --fft a file without video shows the
 // spectrum of its sound.
-#include "controls/Accessibility.h"
-#include "controls/FontText.h"
 #include "controls/Theme.h"
 #include "player/MpvVideoWidget.h"
+#include "player/DesktopApplication.h"
 #include "player/PlayerAccessibility.h"
 #include "player/PlayerPicture.h"
 #include "player/PlayerStatusBar.h"
@@ -23,16 +22,12 @@
 #include <QMainWindow>
 #include <QTimer>
 
-#include <clocale>
 #include <cmath>
 #include <cstdio>
 
 int main(int argc, char** argv) {
   QApplication app(argc, argv);
-  std::setlocale(LC_NUMERIC, "C");
-  zel::InstallFontFallbacks();
-  zel::InstallAccessibility();
-  zel::InstallPlayerAccessibility();
+  zel::PrepareDesktopApplication();
 
   QCommandLineParser parser;
   parser.addHelpOption();
