@@ -549,6 +549,34 @@ inline constexpr Text StrGuideStartHint = "开始执行所有任务";
 inline constexpr Text StrGuideBrowseOutput = "浏览保存目录";
 inline constexpr Text StrGuideBrowseOutputHint = "用系统默认方式浏览保存目录";
 
+// ---- The subtitle editor ----
+inline constexpr Text StrSubtitleEditorTitle = "字幕编辑工坊";
+inline constexpr Text StrSubtitleEditMedia = "影音文件";
+inline constexpr Text StrSubtitleEditPlayback = "播放控制";
+inline constexpr Text StrSubtitleEditPlayPause = "播放/暂停";
+inline constexpr Text StrSubtitleEditTimes = "字幕时间";
+inline constexpr Text StrSubtitleEditAutoFill = "自动填写";
+inline constexpr Text StrSubtitleEditClearTime = "清空时间";
+inline constexpr Text StrSubtitleEditBlockBack = "区块向前";
+inline constexpr Text StrSubtitleEditBlockForward = "区块向后";
+inline constexpr Text StrSubtitleEditOffsetSetting = "偏移设置";
+inline constexpr Text StrSubtitleEditAdd = "添加字幕";
+// Also the head of the question before a row goes.
+inline constexpr Text StrSubtitleEditDelete = "删除字幕";
+inline constexpr Text StrSubtitleEditAllBack = "全局向前";
+inline constexpr Text StrSubtitleEditAllForward = "全局向后";
+inline constexpr Text StrSubtitleEditPrevious = "上一句";
+inline constexpr Text StrSubtitleEditNext = "下一句";
+inline constexpr Text StrSubtitleEditClear = "清除字幕";
+inline constexpr Text StrSubtitleEditOffsetUnit = " / 10 s";
+inline constexpr Text StrSubtitleEditSelectToDelete = "请选中需要删除的字幕";
+inline constexpr Text StrSubtitleEditShiftStart = "开始点偏移";
+inline constexpr Text StrSubtitleEditShiftEnd = "结束点偏移";
+inline constexpr Text StrSubtitleEditLoopRow = "单句循环";
+inline constexpr Text StrSubtitleEditLoopAll = "整体循环";
+inline constexpr Text StrSubtitleEditCannotOpen = "无法载入字幕文件: ";
+inline constexpr Text StrSubtitleEditCannotSave = "无法保存字幕文件: ";
+
 // ---- Direct cut and join, RealMedia job ----
 inline constexpr Text StrDirectModeRefused = "不支持在影音直接切割或合并模式下执行该操作";
 // What the producer writes into a RealMedia file as its maker.
