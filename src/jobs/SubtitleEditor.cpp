@@ -306,20 +306,45 @@ bool SubtitleEditor::Redo() {
 
 // ---- Files ----
 
+namespace {
+
+// A name in the temporary folder for the internal form, reserved while its
+// holder lives and removed with it.
+class ScratchForm {
+ public:
+  ScratchForm() : reserved_(CreateTempFile("zel-subtitle-", {})) {}
+  ~ScratchForm() {
+    if (reserved_.empty()) return;
+    DeleteFile(Path());
+    DeleteFile(reserved_);
+  }
+  ScratchForm(const ScratchForm&) = delete;
+  ScratchForm& operator=(const ScratchForm&) = delete;
+  std::string Path() const { return reserved_.empty() ? std::string() : reserved_ + ".stxt"; }
+
+ private:
+  std::string reserved_;
+};
+
+}  // namespace
+
 bool SubtitleEditor::Open(const std::string& path) {
   if (!FileExists(path) || SubtitleInputType(path) == kSubtitleUnknown) {
     host_.ShowMessage(FailureText(StrSubtitleEditCannotOpen, path, {}));
     return false;
   }
-  const std::string form = path + ".stxt";
-  if (FileExists(form)) DeleteFile(form);
-  const Conversion converted = Convert(path, EditorArguments(form), kEncodingUtf8);
+  // The internal form is made in the temporary folder: a file of that name
+  // beside the user's own is theirs, and stays.
+  const ScratchForm form;
+  const Conversion converted =
+      form.Path().empty() ? Conversion{} : Convert(path, EditorArguments(form.Path()), kEncodingUtf8);
   if (!converted.ok) {
     host_.ShowMessage(FailureText(StrSubtitleEditCannotOpen, path, converted.error));
     return false;
   }
   int encoding = kEncodingDetect;
   const std::string text = UEFLoadTextFile(converted.written, encoding);
+  if (converted.written != form.Path()) DeleteFile(converted.written);
   std::vector<SubtitleRow> rows;
   for (std::string_view line : SplitLines(text, LastLine::KeepIfNotEmpty)) {
     if (line.find('|') == std::string_view::npos) continue;
@@ -339,22 +364,18 @@ bool SubtitleEditor::Open(const std::string& path) {
 bool SubtitleEditor::Save(const std::string& path) {
   if ((FileExists(path) || DirectoryExists(path)) && !host_.Ask(StrOverwriteListQuestion, false)) return false;
 
-  // The internal form goes to the temporary folder under a reserved name, so
-  // nothing of it is left beside the user's files.
-  const std::string reserved = CreateTempFile("zel-subtitle-", {});
-  const std::string form = reserved.empty() ? std::string() : reserved + ".stxt";
+  // Nothing of the internal form is left beside the user's files.
+  const ScratchForm form;
   std::string text;
   for (const SubtitleRow& row : Rows()) text += row.pair + "|" + row.text + "\r\n";
   int encoding = kEncodingUtf8;
   Conversion converted;
-  if (!form.empty() && UEFSaveTextFile(form, text, false, encoding, kEncodingUtf8)) {
+  if (!form.Path().empty() && UEFSaveTextFile(form.Path(), text, false, encoding, kEncodingUtf8)) {
     SubtitleArguments args = EditorArguments(path);
     // The user has agreed to replace the file.
     args.overwrite = true;
-    converted = Convert(form, args, SubtitleEncodingNumber(ReadSetting("SubtitleEncodeFormat")));
+    converted = Convert(form.Path(), args, SubtitleEncodingNumber(ReadSetting("SubtitleEncodeFormat")));
   }
-  if (!form.empty()) DeleteFile(form);
-  if (!reserved.empty()) DeleteFile(reserved);
   if (!converted.ok) {
     host_.ShowMessage(FailureText(StrSubtitleEditCannotSave, path, converted.error));
     return false;

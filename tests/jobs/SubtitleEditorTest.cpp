@@ -287,13 +287,14 @@ TEST_F(SubtitleEditorTest, EverySixteenTypesKeepsWhatItCanHoldThroughSaveAndOpen
     ASSERT_TRUE(editor.Save(path));
     EXPECT_TRUE(std::filesystem::is_empty(scratch)) << "the internal form stays in the temporary folder";
 
-    // A stale internal form beside the file gives way to the fresh one.
-    ASSERT_TRUE(WriteFileAtomic(path + ".stxt", "stale|stale\r\n"));
+    // A file named like the internal form beside it is the user's and stays.
+    ASSERT_TRUE(WriteFileAtomic(path + ".stxt", "mine|mine\r\n"));
     ListboxModel readList;
     SubtitleEditor reader(readList, player);
     ASSERT_TRUE(reader.Open(path));
     EXPECT_FALSE(reader.Modified());
-    EXPECT_NE(ReadText(path + ".stxt"), "stale|stale\r\n");
+    EXPECT_EQ(ReadText(path + ".stxt"), "mine|mine\r\n");
+    EXPECT_TRUE(std::filesystem::is_empty(scratch)) << "opening leaves its internal form behind";
     const std::vector<SubtitleRow> back = reader.Rows();
     EXPECT_EQ(texts(back), texts(rows));
     if (kept.at(type) == Keeps::Texts) continue;
