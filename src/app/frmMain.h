@@ -31,6 +31,7 @@ class ctlCustomFrame;
 class ctlDSPlayer;
 class ctlListbox;
 class DiagnosticsLog;
+class frmCreateSubtitle;
 class DialogChooser;
 class FileIntake;
 
@@ -77,6 +78,8 @@ class frmMain : public QWidget, public SettingsPanelHost {
   // The tools menu's commands by name ("option", "copylog", "reset" ...);
   // false for a name this program has nothing for, or one not available now.
   bool RunToolsCommand(std::string_view command);
+  // The subtitle editor the tools menu opened; null until then.
+  frmCreateSubtitle* SubtitleEditor() const { return subtitleEditor_; }
   // The file dialogs of the user settings and the task lists (tests answer them).
   void SetDialogs(DialogChooser* dialogs) { dialogs_ = dialogs; }
   ctlListbox& ProfileList() { return *profiles_; }
@@ -150,6 +153,7 @@ class frmMain : public QWidget, public SettingsPanelHost {
   void ShowToolsMenu();
   void ShowUserSettingsMenu();
   void ChooseDisc();
+  void ShowSubtitleEditor();
   void LoadUserSettings(const std::string& path);
   // The profile row selected in the chooser; none on a category row.
   const Profile* SelectedProfile() const;
@@ -228,6 +232,7 @@ class frmMain : public QWidget, public SettingsPanelHost {
 
   // Qt's own dialogs unless a test set others.
   DialogChooser* dialogs_ = nullptr;
+  QPointer<frmCreateSubtitle> subtitleEditor_;
 
   QStringList queuedFiles_;
   bool ready_ = false;

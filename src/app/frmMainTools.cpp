@@ -3,6 +3,8 @@
 // RunToolsCommand read the same table.
 #include "app/frmMain.h"
 
+#include "app/frmCreateSubtitle.h"
+
 #include "base/FileHelpers.h"
 #include "base/PathHelpers.h"
 #include "controls/DialogChooser.h"
@@ -53,6 +55,7 @@ constexpr ToolsEntry kToolsMenu[] = {
     {"", ""},
     {"avsenable", StrAviSynthButtonOpen},
     {"dvdchoose", StrOpticalDrives},
+    {"subtitle", StrSubtitleEditorTitle},
     {"", ""},
     {"copymediainfo", StrToolsCopyMediaInfo},
     {"copylog", StrToolsCopyLog},
@@ -113,6 +116,7 @@ std::vector<std::pair<std::string_view, frmMain::ToolsAction>> frmMain::ToolsAct
         [] { return SettingIsYes("ShowTip"); }}},
       {"avsenable", {idle, [this] { avsButton_->ClickIt(); }, {}}},
       {"dvdchoose", {idle, [this] { ChooseDisc(); }, {}}},
+      {"subtitle", {always, [this] { ShowSubtitleEditor(); }, {}}},
       {"copymediainfo", {[this] { return tasks_->ListIndex() >= 0; }, [this] { CopyMediaInfo(); }, {}}},
       {"copylog",
        {[this] { return log_->ListCount() > 0; },
@@ -129,6 +133,20 @@ std::vector<std::pair<std::string_view, frmMain::ToolsAction>> frmMain::ToolsAct
       {"home", {always, [this] { OpenHelp(); }, {}}},
       {"exit", {always, [this] { close(); }, {}}},
   };
+}
+
+// One editor at a time, owned by the main window and asking through its host.
+void frmMain::ShowSubtitleEditor() {
+  if (subtitleEditor_ == nullptr) {
+    subtitleEditor_ = new frmCreateSubtitle(this, playerOutput_);
+    subtitleEditor_->SetDialogs(dialogs_);
+    subtitleEditor_->asker = [this](const QString& question, bool defaultYes) {
+      return host_.Ask(S(question), defaultYes);
+    };
+    subtitleEditor_->messenger = [this](const QString& text) { host_.ShowMessage(S(text)); };
+  }
+  subtitleEditor_->show();
+  subtitleEditor_->raise();
 }
 
 bool frmMain::RunToolsCommand(std::string_view command) {

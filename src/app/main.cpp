@@ -1,6 +1,9 @@
 // zel [--karaoke] [FILE...]: the desktop program. Files and folders named on the
 // command line are added to the task list once the window stands.
+// zel --subtitles [MEDIA [SUBTITLE]]: the subtitle editor alone, the media
+// playing and the subtitle loaded.
 #include "app/frmMain.h"
+#include "app/frmCreateSubtitle.h"
 #include "app/FirstPaintReport.h"
 #include "app/frmStartUp.h"
 #include "controls/QtText.h"
@@ -18,6 +21,14 @@
 int main(int argc, char** argv) {
   QApplication app(argc, argv);
   zel::PrepareDesktopApplication();
+
+  if (const auto editor = zel::SubtitleEditorArguments(app.arguments().mid(1))) {
+    zel::frmCreateSubtitle window;
+    window.show();
+    if (!editor->media.isEmpty()) window.OpenMedia(editor->media);
+    if (!editor->subtitle.isEmpty()) window.OpenSubtitle(editor->subtitle);
+    return app.exec();
+  }
 
   zel::StartOptions options;
   QStringList files;

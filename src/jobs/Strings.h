@@ -576,6 +576,28 @@ inline constexpr Text StrSubtitleEditLoopRow = "单句循环";
 inline constexpr Text StrSubtitleEditLoopAll = "整体循环";
 inline constexpr Text StrSubtitleEditCannotOpen = "无法载入字幕文件: ";
 inline constexpr Text StrSubtitleEditCannotSave = "无法保存字幕文件: ";
+inline constexpr Text StrSubtitleEditOpen = "打开字幕";
+inline constexpr Text StrSubtitleEditSave = "保存字幕";
+inline constexpr Text StrSubtitleEditUndo = "撤销";
+inline constexpr Text StrSubtitleEditRedo = "重做";
+inline constexpr Text StrSubtitleEditSetStart = "设置开始";
+inline constexpr Text StrSubtitleEditSetEnd = "设置结束";
+inline constexpr Text StrSubtitleEditClearStart = "清空开始";
+inline constexpr Text StrSubtitleEditClearEnd = "清空结束";
+inline constexpr Text StrSubtitleEditStartBack = "开始向前";
+inline constexpr Text StrSubtitleEditStartForward = "开始向后";
+inline constexpr Text StrSubtitleEditEndBack = "结束向前";
+inline constexpr Text StrSubtitleEditEndForward = "结束向后";
+inline constexpr Text StrSubtitleEditList = "字幕列表";
+inline constexpr Text StrSubtitleEditStartField = "开始时间";
+inline constexpr Text StrSubtitleEditEndField = "结束时间";
+inline constexpr Text StrSubtitleEditTextField = "字幕文字";
+inline constexpr Text StrSubtitleEditOffsetType = "偏移方式";
+inline constexpr Text StrSubtitleEditPlayType = "播放方式";
+inline constexpr Text StrSubtitleEditPlayer = "字幕预览播放器";
+inline constexpr Text StrSubtitleEditSaveChanges = "字幕已修改，是否保存？";
+// Behind a button's caption in its tooltip: the keys that press it.
+inline constexpr Text StrSubtitleEditKeys = "快捷键: ";
 
 // ---- Direct cut and join, RealMedia job ----
 inline constexpr Text StrDirectModeRefused = "不支持在影音直接切割或合并模式下执行该操作";
