@@ -164,7 +164,7 @@ void frmCreateSubtitle::BuildControls() {
   open_ = MakeButton(this, StrSubtitleEditOpen);
   connect(open_, &ctlButton::Click, this, &frmCreateSubtitle::ChooseSubtitle);
   save_ = MakeButton(this, StrSubtitleEditSave);
-  connect(save_, &ctlButton::Click, this, &frmCreateSubtitle::ChooseSaveFile);
+  connect(save_, &ctlButton::Click, this, [this] { ChooseSaveFile(); });
   undo_ = MakeButton(this, StrSubtitleEditUndo);
   connect(undo_, &ctlButton::Click, this, [this] { StepHistory(true); });
   redo_ = MakeButton(this, StrSubtitleEditRedo);
@@ -279,17 +279,8 @@ bool frmCreateSubtitle::OpenSubtitle(const QString& path) {
 }
 
 bool frmCreateSubtitle::SaveSubtitle(const QString& path) {
-  QString target = path.isEmpty() ? subtitlePath_ : path;
-  if (target.isEmpty()) {
-    const QString folder = Q(ReadSetting("LastSaveFileFolder"));
-    const auto chosen = (dialogs_ != nullptr ? *dialogs_ : SystemChooser())
-                            .ChooseSaveFile(this, Q(StrSubtitleEditSave), folder + "/subtitle.srt", SubtitleFilter());
-    if (!chosen || chosen->isEmpty()) return false;
-    WriteSetting("LastSaveFileFolder", S(FolderOf(*chosen)));
-    target = *chosen;
-  }
-  if (!editor_->Save(S(target))) return false;
-  subtitlePath_ = target;
+  if (!editor_->Save(S(path))) return false;
+  subtitlePath_ = path;
   return true;
 }
 
@@ -311,16 +302,16 @@ void frmCreateSubtitle::ChooseSubtitle() {
   OpenSubtitle(*chosen);
 }
 
-// The save button always asks for the name, offering the file last used.
-void frmCreateSubtitle::ChooseSaveFile() {
+// Saving always asks for the name, offering the file last used.
+bool frmCreateSubtitle::ChooseSaveFile() {
   const QString suggested = subtitlePath_.isEmpty() ? Q(ReadSetting("LastSaveFileFolder")) + "/subtitle.srt"
                                                     : Q(ReadSetting("LastSaveFileFolder")) + "/" +
                                                           QFileInfo(subtitlePath_).fileName();
   const auto chosen = (dialogs_ != nullptr ? *dialogs_ : SystemChooser())
                           .ChooseSaveFile(this, Q(StrSubtitleEditSave), suggested, SubtitleFilter());
-  if (!chosen || chosen->isEmpty()) return;
+  if (!chosen || chosen->isEmpty()) return false;
   WriteSetting("LastSaveFileFolder", S(FolderOf(*chosen)));
-  SaveSubtitle(*chosen);
+  return SaveSubtitle(*chosen);
 }
 
 void frmCreateSubtitle::TogglePlay() {
@@ -372,7 +363,7 @@ void frmCreateSubtitle::ShowMessage(std::string_view text) {
 
 void frmCreateSubtitle::closeEvent(QCloseEvent* event) {
   // A refused or failed save keeps the window, and with it the rows.
-  if (editor_->Modified() && Ask(StrSubtitleEditSaveChanges, true) && !SaveSubtitle()) {
+  if (editor_->Modified() && Ask(StrSubtitleEditSaveChanges, true) && !ChooseSaveFile()) {
     event->ignore();
     return;
   }

@@ -49,9 +49,8 @@ class frmCreateSubtitle : public QWidget, public SubtitleEditorHost {
   // Opens and plays a media file; false when the player refused it.
   bool OpenMedia(const QString& path);
   bool OpenSubtitle(const QString& path);
-  // Saves to `path`, or with an empty path to the file last opened or saved,
-  // asking for a name when there is none. False when nothing was written.
-  bool SaveSubtitle(const QString& path = {});
+  // False when nothing was written (refused or failed, with a message).
+  bool SaveSubtitle(const QString& path);
   void RunCommand(SubtitleEditCommand command);
   // What the play type does with the player standing at `position` seconds.
   void ApplyPlayTick(double position);
@@ -93,7 +92,7 @@ class frmCreateSubtitle : public QWidget, public SubtitleEditorHost {
   void BuildShortcuts();
   void ChooseMedia();
   void ChooseSubtitle();
-  void ChooseSaveFile();
+  bool ChooseSaveFile();
   void TogglePlay();
   void StepHistory(bool back);
   // Shows the editor's fields and what undo and redo can do now.
