@@ -5,6 +5,7 @@
 // user's clicks to that logic; it decides nothing about a run itself.
 #pragma once
 
+#include "app/frmCreateSubtitle.h"
 #include "app/WindowHost.h"
 #include "engine/FFmpegX.h"
 #include "jobs/FormatCatalogue.h"
@@ -31,7 +32,6 @@ class ctlCustomFrame;
 class ctlDSPlayer;
 class ctlListbox;
 class DiagnosticsLog;
-class frmCreateSubtitle;
 class DialogChooser;
 class FileIntake;
 
