@@ -128,9 +128,11 @@ void frmCreateSubtitle::BuildControls() {
   list_->SetListTitle(Q(StrSubtitleEditList));
   list_->setAccessibleName(Q(StrSubtitleEditList));
   list_->SetItemHeight(26);
-  connect(list_, &ctlListbox::Click, this, [this] {
-    editor_->Select(list_->ListIndex());
-    Refresh();
+  // A row chosen in the list, by pointer or keys; the editor's own moves are
+  // shown by the command that made them.
+  connect(list_, &ctlListbox::SelectionChanged, this, [this] {
+    if (editing_ || list_->ListIndex() < 0) return;
+    Editing([this] { editor_->Select(list_->ListIndex()); });
   });
 
   auto* fieldRow = new QHBoxLayout;
@@ -142,8 +144,7 @@ void frmCreateSubtitle::BuildControls() {
     fieldRow->addWidget(fields_[field], text ? 3 : 1);
   }
   connect(fields_[static_cast<size_t>(SubtitleField::Text)], &ctlButton::Change, this, [this] {
-    editor_->EditText(list_->ListIndex(), S(FieldBox(SubtitleField::Text).Caption()));
-    Refresh();
+    Editing([this] { editor_->EditText(list_->ListIndex(), S(FieldBox(SubtitleField::Text).Caption())); });
   });
 
   auto* grid = new QGridLayout;
@@ -244,9 +245,16 @@ ctlButton* frmCreateSubtitle::CommandButton(SubtitleEditCommand command) {
   return nullptr;
 }
 
-void frmCreateSubtitle::RunCommand(SubtitleEditCommand command) {
-  editor_->Run(command);
+void frmCreateSubtitle::Editing(const std::function<void()>& change) {
+  const bool outer = !editing_;
+  editing_ = true;
+  change();
+  if (outer) editing_ = false;
   Refresh();
+}
+
+void frmCreateSubtitle::RunCommand(SubtitleEditCommand command) {
+  Editing([&] { editor_->Run(command); });
 }
 
 void frmCreateSubtitle::Refresh() {
@@ -259,7 +267,7 @@ void frmCreateSubtitle::Refresh() {
 }
 
 void frmCreateSubtitle::StepHistory(bool back) {
-  if (back ? editor_->Undo() : editor_->Redo()) Refresh();
+  Editing([&] { back ? editor_->Undo() : editor_->Redo(); });
 }
 
 bool frmCreateSubtitle::OpenMedia(const QString& path) {
@@ -272,9 +280,9 @@ bool frmCreateSubtitle::OpenMedia(const QString& path) {
 }
 
 bool frmCreateSubtitle::OpenSubtitle(const QString& path) {
-  const bool opened = editor_->Open(S(path));
+  bool opened = false;
+  Editing([&] { opened = editor_->Open(S(path)); });
   if (opened) subtitlePath_ = path;
-  Refresh();
   return opened;
 }
 
@@ -334,14 +342,13 @@ void frmCreateSubtitle::ApplyPlayTick(double position) {
       player_->SetPosition(tick.seconds);
       return;
     case PlayTickAction::SelectNextRow:
-      editor_->Select(tick.row);
-      break;
+      Editing([&] { editor_->Select(tick.row); });
+      return;
     case PlayTickAction::SeekToFirstRow:
-      editor_->Select(tick.row);
+      Editing([&] { editor_->Select(tick.row); });
       player_->SetPosition(tick.seconds);
-      break;
+      return;
   }
-  Refresh();
 }
 
 double frmCreateSubtitle::Position() { return player_->Position(); }

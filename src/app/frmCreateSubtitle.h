@@ -97,6 +97,9 @@ class frmCreateSubtitle : public QWidget, public SubtitleEditorHost {
   void StepHistory(bool back);
   // Shows the editor's fields and what undo and redo can do now.
   void Refresh();
+  // Runs a change of the editor, the list's selection echoes unheard, and
+  // shows the outcome.
+  void Editing(const std::function<void()>& change);
 
   MpvOutput output_;
   DialogChooser* dialogs_ = nullptr;
@@ -109,6 +112,7 @@ class frmCreateSubtitle : public QWidget, public SubtitleEditorHost {
   std::array<ctlButton*, 3> fields_{};
   ctlSlider* offset_ = nullptr;
   QString subtitlePath_;
+  bool editing_ = false;
 };
 
 }  // namespace zel
