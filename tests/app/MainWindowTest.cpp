@@ -360,6 +360,12 @@ TEST_F(MainWindowTest, ToolsMenuOffersWhatFitsNowAndCarriesItOut) {
       {"codec", false, [] { return ""; }, ""},
       {"cancelprocess", false, [] { return ""; }, ""},
       {"copymediainfo", false, [] { return ""; }, ""},
+      {"subtitle", true,
+       [&] {
+         const frmCreateSubtitle* editor = window->SubtitleEditor();
+         return editor != nullptr && editor->isVisible() ? S(editor->windowTitle()) : "";
+       },
+       std::string(StrSubtitleEditorTitle)},
       {"home", true, [&] { return opened.empty() ? "" : fs::path(S(opened.back().toLocalFile())).filename().string(); },
        "README.md"},
   };
