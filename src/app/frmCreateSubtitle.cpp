@@ -1,7 +1,9 @@
 #include "app/frmCreateSubtitle.h"
 
 #include "base/TextHelpers.h"
+#include "controls/ApplyTheme.h"
 #include "controls/DialogChooser.h"
+#include "controls/Theme.h"
 #include "controls/QtText.h"
 #include "controls/ctlButton.h"
 #include "controls/ctlListbox.h"
@@ -112,6 +114,8 @@ frmCreateSubtitle::frmCreateSubtitle(QWidget* parent, MpvOutput output) : QWidge
   editor_ = std::make_unique<SubtitleEditor>(list_->Model(), *this);
   BuildShortcuts();
   Refresh();
+  // The same colours as the main window, drawn by the same controls.
+  ApplyTheme(this, ReadThemeSettings());
 }
 
 frmCreateSubtitle::~frmCreateSubtitle() = default;
