@@ -1,5 +1,6 @@
 #include "app/frmCreateSubtitle.h"
 
+#include "app/WindowParts.h"
 #include "base/TextHelpers.h"
 #include "controls/ApplyTheme.h"
 #include "controls/DialogChooser.h"
@@ -67,14 +68,6 @@ constexpr std::array<Text, 3> kPlayTypes{StrSubtitleEditLoopRow, StrSubtitleEdit
 constexpr std::array<Text, 3> kFieldNames{StrSubtitleEditStartField, StrSubtitleEditEndField,
                                           StrSubtitleEditTextField};
 
-ctlButton* MakeButton(QWidget* parent, Text caption, ButtonMode mode = ButtonMode::Command) {
-  auto* button = new ctlButton(parent);
-  button->SetMode(static_cast<int>(mode));
-  button->SetCaption(Q(caption));
-  button->setAccessibleName(Q(caption));
-  return button;
-}
-
 QString Joined(const std::array<Text, 3>& items) {
   QStringList parts;
   for (Text item : items) parts << Q(item);
@@ -128,10 +121,7 @@ void frmCreateSubtitle::BuildControls() {
     if (status == static_cast<int>(PlayerStatus::Playing)) ApplyPlayTick(position);
   });
 
-  list_ = new ctlListbox(this);
-  list_->SetListTitle(Q(StrSubtitleEditList));
-  list_->setAccessibleName(Q(StrSubtitleEditList));
-  list_->SetItemHeight(26);
+  list_ = MakeList(this, StrSubtitleEditList, 26);
   // A row chosen in the list, by pointer or keys; the editor's own moves are
   // shown by the command that made them.
   connect(list_, &ctlListbox::SelectionChanged, this, [this] {

@@ -1,6 +1,7 @@
 #include "app/frmMain.h"
 
 #include "app/PacedPost.h"
+#include "app/WindowParts.h"
 
 #include "base/FileHelpers.h"
 #include "base/PathHelpers.h"
@@ -50,22 +51,6 @@ namespace {
 constexpr int kThumbWidth = 96;
 constexpr int kThumbHeight = 54;
 constexpr int kLogRowLimit = 999;
-
-ctlButton* MakeButton(QWidget* parent, Text caption, ButtonMode mode = ButtonMode::Command) {
-  auto* button = new ctlButton(parent);
-  button->SetMode(static_cast<int>(mode));
-  button->SetCaption(Q(caption));
-  button->setAccessibleName(Q(caption));
-  return button;
-}
-
-ctlListbox* MakeList(QWidget* parent, Text title, int itemHeight) {
-  auto* list = new ctlListbox(parent);
-  list->SetListTitle(Q(title));
-  list->setAccessibleName(Q(title));
-  list->SetItemHeight(itemHeight);
-  return list;
-}
 
 std::string PngBytes(const QImage& image) {
   QByteArray bytes;
