@@ -14,13 +14,12 @@
 #include <QScrollBar>
 
 #include <array>
-#include <clocale>
 #include <cstdlib>
 #include <memory>
 #include <string>
 
-#include "controls/FontText.h"
 #include "controls/ctlListbox.h"
+#include "QtBenchMain.h"
 
 namespace {
 
@@ -135,12 +134,5 @@ BENCHMARK(BM_ListAdd10000)->Unit(benchmark::kMillisecond)->Iterations(3);
 
 int main(int argc, char** argv) {
   setenv("QT_QPA_PLATFORM", "offscreen", 0);
-  QApplication app(argc, argv);
-  std::setlocale(LC_NUMERIC, "C");
-  zel::InstallFontFallbacks();
-  benchmark::Initialize(&argc, argv);
-  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-  benchmark::RunSpecifiedBenchmarks();
-  benchmark::Shutdown();
-  return 0;
+  return zel::bench::RunQtBenchmarks(argc, argv);
 }

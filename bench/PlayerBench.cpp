@@ -27,7 +27,6 @@
 #include <QWindow>
 
 #include <chrono>
-#include <clocale>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -40,10 +39,10 @@
 #include <mpv/render_gl.h>
 
 #include "base/FileHelpers.h"
-#include "controls/FontText.h"
 #include "player/MpvSession.h"
 #include "player/MpvVideoWidget.h"
 #include "player/ctlDSPlayer.h"
+#include "QtBenchMain.h"
 
 extern char** environ;
 
@@ -502,22 +501,9 @@ BENCHMARK(BM_PlayCpu720pRenderApiWindow)->Iterations(2)->Unit(benchmark::kMillis
 }  // namespace
 
 int main(int argc, char** argv) {
-  const char* display = std::getenv("DISPLAY");
-  if (display == nullptr || *display == '\0') {
-    std::fprintf(stderr,
-                 "zel_player_bench: no X display, nothing measured. Run scripts/player-bench.sh, which starts a "
-                 "virtual one with xvfb-run.\n");
-    return 0;
-  }
+  if (!zel::bench::OnXDisplay("zel_player_bench", "scripts/player-bench.sh")) return 0;
   setenv("QT_QPA_PLATFORM", "xcb", 1);
   setenv("QT_XCB_GL_INTEGRATION", "xcb_egl", 0);
   setenv("LIBGL_ALWAYS_SOFTWARE", "1", 0);
-  QApplication app(argc, argv);
-  std::setlocale(LC_NUMERIC, "C");
-  zel::InstallFontFallbacks();
-  benchmark::Initialize(&argc, argv);
-  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-  benchmark::RunSpecifiedBenchmarks();
-  benchmark::Shutdown();
-  return 0;
+  return zel::bench::RunQtBenchmarks(argc, argv);
 }

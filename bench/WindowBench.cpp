@@ -21,7 +21,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <clocale>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -34,7 +33,6 @@
 #include "BenchSupport.h"
 #include "app/frmMain.h"
 #include "base/FileHelpers.h"
-#include "controls/FontText.h"
 #include "controls/QtText.h"
 #include "controls/ctlListbox.h"
 #include "engine/ProbeService.h"
@@ -42,6 +40,7 @@
 #include "jobs/Settings.h"
 #include "jobs/StartUp.h"
 #include "jobs/Tasks.h"
+#include "QtBenchMain.h"
 
 extern char** environ;
 
@@ -384,25 +383,12 @@ BENCHMARK(BM_ConvertBatchStall)->ArgName("rows_probed")->Arg(0)->Arg(1)->Iterati
 }  // namespace
 
 int main(int argc, char** argv) {
-  const char* display = std::getenv("DISPLAY");
-  if (display == nullptr || *display == '\0') {
-    std::fprintf(stderr,
-                 "zel_window_bench: no X display, nothing measured. Run scripts/window-bench.sh, which starts a "
-                 "virtual one.\n");
-    return 0;
-  }
+  if (!zel::bench::OnXDisplay("zel_window_bench", "scripts/window-bench.sh")) return 0;
   setenv("QT_QPA_PLATFORM", "xcb", 1);
   // A store of its own, which the started programs share.
   const std::string config = Folder() + "/config";
   fs::remove_all(config);
   fs::create_directories(config);
   setenv("XDG_CONFIG_HOME", config.c_str(), 1);
-  QApplication app(argc, argv);
-  std::setlocale(LC_NUMERIC, "C");
-  zel::InstallFontFallbacks();
-  benchmark::Initialize(&argc, argv);
-  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-  benchmark::RunSpecifiedBenchmarks();
-  benchmark::Shutdown();
-  return 0;
+  return zel::bench::RunQtBenchmarks(argc, argv);
 }
