@@ -197,6 +197,17 @@ void frmCreateSubtitle::BuildControls() {
   offsetRow->addWidget(offsetType_, 1);
   offsetRow->addWidget(playType_, 1);
 
+  // The drawn buttons have no natural height of their own.
+  for (ctlButton* field : fields_) field->setFixedHeight(34);
+  // A whole time "00:00:00,000" behind its label; the choices' longest entry.
+  for (ctlButton* field : {fields_[0], fields_[1]}) field->setMinimumWidth(190);
+  for (ctlButton* box : {offsetType_, playType_}) box->setMinimumWidth(200);
+  for (const auto& [command, button] : commands_) button->setFixedHeight(28);
+  for (ctlButton* button : {media_, play_, open_, save_, undo_, redo_, offsetType_, playType_}) {
+    button->setFixedHeight(28);
+  }
+  offset_->setFixedHeight(28);
+
   auto* left = new QVBoxLayout;
   left->addWidget(player_, 3);
   left->addLayout(fileRow);
