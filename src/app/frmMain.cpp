@@ -960,8 +960,17 @@ void frmMain::ShowResultsMenu() {
   std::vector<std::string> files;
   for (int i = 0; i < results_->ListCount(); ++i) files.push_back(results_->Model().PathFromIndex(i));
   const QString items = Q(std::string(StrOpenOutputFolder) + "|-|" + std::string(StrDeleteAllFiles) + "|" +
-                          std::string(StrMoveAllFiles) + "|" + std::string(StrCopyAllFiles));
-  const int chosen = panelBack_->PopupMenu(items, -1, "0", files.empty() ? "0|0|1|1|1" : "0");
+                          std::string(StrMoveAllFiles) + "|" + std::string(StrCopyAllFiles) + "|-|" +
+                          std::string(StrCompare));
+  // "对比" takes the chosen row, which must have one source file.
+  const int row = results_->ListIndex();
+  const bool comparable = row >= 0 && row < static_cast<int>(files.size()) && !loop_->SourceOf(files[row]).empty();
+  const QString disabled = QString(files.empty() ? "0|0|1|1|1" : "0|0|0|0|0") + (comparable ? "|0|0" : "|0|1");
+  const int chosen = panelBack_->PopupMenu(items, -1, "0", disabled);
+  if (chosen == 6) {
+    CompareResult(row);
+    return;
+  }
   auto chooseFolder = [this] {
     return S(QFileDialog::getExistingDirectory(this, Q(StrFieldOutputFolder), Q(ReadSetting("OutputFolder"))));
   };
@@ -986,6 +995,25 @@ void frmMain::ShowResultsMenu() {
     results_->RemoveItem(static_cast<int>(row - files.begin()));
     files.erase(row);
   }
+}
+
+bool frmMain::CompareResult(int row) {
+  if (row < 0 || row >= results_->ListCount()) return false;
+  const std::string output = results_->Model().PathFromIndex(row);
+  const std::string source = loop_->SourceOf(output);
+  if (source.empty()) {
+    host_.ShowMessage(StrCompareNoSource);
+    return false;
+  }
+  if (compare_ == nullptr) {
+    compare_ = new frmCompare(this, playerOutput_);
+    compare_->messenger = [this](const QString& text) { host_.ShowMessage(S(text)); };
+  }
+  // The preview would play a third sound over the two.
+  if (player_->Status() == static_cast<int>(PlayerStatus::Playing)) player_->SetPause(true);
+  compare_->show();
+  compare_->raise();
+  return compare_->Open(Q(source), Q(output));
 }
 
 void frmMain::FillProfiles(std::optional<int> category) {

@@ -5,6 +5,7 @@
 // user's clicks to that logic; it decides nothing about a run itself.
 #pragma once
 
+#include "app/frmCompare.h"
 #include "app/frmCreateSubtitle.h"
 #include "app/WindowHost.h"
 #include "engine/FFmpegX.h"
@@ -80,6 +81,11 @@ class frmMain : public QWidget, public SettingsPanelHost {
   bool RunToolsCommand(std::string_view command);
   // The subtitle editor the tools menu opened; null until then.
   frmCreateSubtitle* SubtitleEditor() const { return subtitleEditor_; }
+  // The result on row `row` beside the file it was made from; false (with a
+  // message) when it has none or either does not open.
+  bool CompareResult(int row);
+  // The compare view the results opened; null until then.
+  frmCompare* CompareView() const { return compare_; }
   // The file dialogs of the user settings and the task lists (tests answer them).
   void SetDialogs(DialogChooser* dialogs) { dialogs_ = dialogs; }
   ctlListbox& ProfileList() { return *profiles_; }
@@ -233,6 +239,7 @@ class frmMain : public QWidget, public SettingsPanelHost {
   // Qt's own dialogs unless a test set others.
   DialogChooser* dialogs_ = nullptr;
   QPointer<frmCreateSubtitle> subtitleEditor_;
+  QPointer<frmCompare> compare_;
 
   QStringList queuedFiles_;
   bool ready_ = false;

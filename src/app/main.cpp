@@ -2,7 +2,9 @@
 // command line are added to the task list once the window stands.
 // zel --subtitles [MEDIA [SUBTITLE]]: the subtitle editor alone, the media
 // playing and the subtitle loaded.
+// zel --compare FIRST SECOND: the compare view alone, both files at the start.
 #include "app/frmMain.h"
+#include "app/frmCompare.h"
 #include "app/frmCreateSubtitle.h"
 #include "app/FirstPaintReport.h"
 #include "app/frmStartUp.h"
@@ -27,6 +29,13 @@ int main(int argc, char** argv) {
     window.show();
     if (!editor->media.isEmpty()) window.OpenMedia(editor->media);
     if (!editor->subtitle.isEmpty()) window.OpenSubtitle(editor->subtitle);
+    return app.exec();
+  }
+
+  if (const auto files = zel::CompareArguments(app.arguments().mid(1))) {
+    zel::frmCompare window;
+    window.show();
+    window.Open(files->first, files->second);
     return app.exec();
   }
 

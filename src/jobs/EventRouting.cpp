@@ -134,6 +134,10 @@ void TaskLoop::OnFinishedOutput(const std::string& output) {
   // An output counts once, however many ways it was reported.
   if (made && (outputs_.empty() || outputs_.back() != output)) {
     outputs_.push_back(output);
+    // A task of several sources ("a|b") joins them: no one file to compare.
+    if (!currentSource_.empty() && !Contains(currentSource_, "|") && currentSource_ != output) {
+      sources_[output] = currentSource_;
+    }
     ++jobsSucceeded_;
   }
   if (currentTask_ >= 0 && !engine_.StartTime().empty() && !engine_.EndTime().empty()) {

@@ -599,6 +599,27 @@ inline constexpr Text StrSubtitleEditSaveChanges = "字幕已修改，是否保�
 // Behind a button's caption in its tooltip: the keys that press it.
 inline constexpr Text StrSubtitleEditKeys = "快捷键: ";
 
+// ---- The compare view: a source and its output side by side ----
+inline constexpr Text StrCompareTitle = "视频对比";
+// The results' menu entry that opens the chosen output beside its source.
+inline constexpr Text StrCompare = "对比";
+inline constexpr Text StrCompareSideBySide = "并排";
+inline constexpr Text StrCompareStacked = "上下";
+inline constexpr Text StrCompareSplit = "分割线";
+inline constexpr Text StrCompareSwap = "交换";
+inline constexpr Text StrComparePlayPause = "播放/暂停";
+inline constexpr Text StrComparePlayerOne = "对比播放器一";
+inline constexpr Text StrComparePlayerTwo = "对比播放器二";
+inline constexpr Text StrCompareFactsOne = "对比文件一";
+inline constexpr Text StrCompareFactsTwo = "对比文件二";
+// Where each file shows, before its facts.
+inline constexpr Text StrCompareLeft = "左";
+inline constexpr Text StrCompareRight = "右";
+inline constexpr Text StrCompareTop = "上";
+inline constexpr Text StrCompareBottom = "下";
+inline constexpr Text StrCompareNoSource = "找不到该输出文件的源文件，无法对比。";
+inline constexpr Text StrCompareOpenFailed = "无法打开对比的文件：";
+
 // ---- Direct cut and join, RealMedia job ----
 inline constexpr Text StrDirectModeRefused = "不支持在影音直接切割或合并模式下执行该操作";
 // What the producer writes into a RealMedia file as its maker.

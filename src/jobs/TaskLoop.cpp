@@ -113,6 +113,7 @@ void TaskLoop::RunTasks(std::string_view forcedFormat) {
   if (read_("ShowStatus") == StrYes) host_.ShowLogPanel();
   runLogBuffer_.clear();
   outputs_.clear();
+  sources_.clear();
   jobsStarted_ = jobsSucceeded_ = 0;
   passedOver_.clear();
   const std::string field = Trim(read_("OutputMode"));
@@ -413,6 +414,12 @@ void TaskLoop::JoinOutputs() {
     for (const std::string& output : inputs) zel::DeleteFile(output);
   }
   outputs_ = {result};
+  sources_.erase(result);
+}
+
+std::string TaskLoop::SourceOf(const std::string& output) const {
+  const auto found = sources_.find(output);
+  return found == sources_.end() ? std::string() : found->second;
 }
 
 std::string TaskLoop::JoinTarget(const std::vector<std::string>& inputs, std::string_view extension) const {
@@ -506,6 +513,7 @@ void TaskLoop::RunTransfer(int index, const std::string& source) {
     result = std::string(StrInfoDone) + " | " + target;
     info_.Add(StrInfoDone, target);
     outputs_.push_back(target);
+    sources_[target] = source;
     ++jobsSucceeded_;
   } else {
     result = std::string(StrTransferFailed);

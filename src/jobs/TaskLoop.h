@@ -4,6 +4,7 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -65,6 +66,9 @@ class TaskLoop {
   bool StopRequested() const { return stopRequested_; }
   // The outputs of the run, in order; a run that made nothing has none.
   const std::vector<std::string>& OutputList() const { return outputs_; }
+  // The one file an output was made from, to compare them; "" for an output
+  // of several sources (a join) or of none known.
+  std::string SourceOf(const std::string& output) const;
   const std::string& RunLogBuffer() const { return runLogBuffer_; }
   InfoList& Info() { return info_; }
   // Jobs started and outputs they made, for a host that wants a verdict.
@@ -132,6 +136,7 @@ class TaskLoop {
   std::string currentSource_;
   int currentTask_ = -1;
   std::vector<std::string> outputs_;
+  std::map<std::string, std::string> sources_;
   std::string runLogBuffer_;
   int jobsStarted_ = 0;
   int jobsSucceeded_ = 0;

@@ -3,6 +3,8 @@
 // and the player's marks.
 #include "app/frmMain.h"
 
+#include "app/frmCompare.h"
+#include "player/PlayerPair.h"
 #include "controls/QtText.h"
 #include "controls/ctlButton.h"
 #include "controls/ctlListbox.h"
@@ -160,15 +162,28 @@ TEST_F(MainWindowTest, ARunShowsItsLooksInOrderAndEndsWithTheResults) {
     EXPECT_TRUE(fs::exists(dir_ / "device" / fs::path(window->Results().Model().PathFromIndex(i)).filename()));
   }
 
+  // "对比" opens the chosen output beside the file it was made from.
+  const auto choose = [](Text entry) {
+    ctlButton::PopupMenuExec = [entry](QMenu& menu, const QPoint&) -> QAction* {
+      for (QAction* action : menu.actions()) {
+        if (action->text() == Q(entry)) return action->isEnabled() ? action : nullptr;
+      }
+      return nullptr;
+    };
+  };
+  choose(StrCompare);
+  window->Results().SetListIndex(1);
+  emit window->Results().MouseUp(2, 0, 5, 5, 0);
+  ASSERT_NE(window->CompareView(), nullptr);
+  EXPECT_EQ(S(window->CompareView()->FirstPlayer().SourceFileName()), dir_ / "b 片段.avi");
+  EXPECT_EQ(S(window->CompareView()->SecondPlayer().SourceFileName()), window->Results().Model().PathFromIndex(1));
+  window->CompareView()->close();
+  window->CompareView()->Pair().Close();
+
   // The results' menu: all outputs to the trash after the question.
   test::EnvGuard data("XDG_DATA_HOME", dir_ / "data");
   const std::string first = window->Results().Model().PathFromIndex(0);
-  ctlButton::PopupMenuExec = [](QMenu& menu, const QPoint&) -> QAction* {
-    for (QAction* action : menu.actions()) {
-      if (action->text() == Q(StrDeleteAllFiles)) return action;
-    }
-    return nullptr;
-  };
+  choose(StrDeleteAllFiles);
   emit window->Results().MouseUp(2, 0, 5, 5, 0);
   ctlButton::PopupMenuExec = nullptr;
   EXPECT_EQ(questions_.back(), std::string(StrDeleteFilesQuestion));
