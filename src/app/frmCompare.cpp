@@ -11,6 +11,9 @@
 #include "player/PlayerStatusBar.h"
 #include "player/ctlDSPlayer.h"
 
+#include <QAccessible>
+#include <QAccessibleValueInterface>
+#include <QAccessibleWidget>
 #include <QEvent>
 #include <QFileInfo>
 #include <QHBoxLayout>
@@ -33,13 +36,23 @@ constexpr int kLineWidth = 8;
 constexpr double kSplitMargin = 0.02;
 
 // The line over the picture: drawn in the highlight colour, dragged by the
-// pointer, moved by the arrow keys.
+// pointer, moved by the arrow keys; a slider for screen readers, in percent of
+// the picture's width.
 class CompareLine : public QWidget {
  public:
-  CompareLine(QWidget* parent, std::function<void(int)> moved) : QWidget(parent), moved_(std::move(moved)) {
+  CompareLine(QWidget* parent, std::function<double()> fraction, std::function<void(double)> setFraction)
+      : QWidget(parent), fraction_(std::move(fraction)), setFraction_(std::move(setFraction)) {
     setCursor(Qt::SplitHCursor);
     setFocusPolicy(Qt::StrongFocus);
     setAccessibleName(Q(StrCompareSplit));
+  }
+  double Percent() const { return fraction_() * 100; }
+  void SetPercent(double percent) {
+    setFraction_(percent / 100);
+    if (QAccessible::isActive()) {
+      QAccessibleValueChangeEvent event(this, Percent());
+      QAccessible::updateAccessibility(&event);
+    }
   }
 
  protected:
@@ -53,23 +66,50 @@ class CompareLine : public QWidget {
     painter.drawRoundedRect(QRect(0, height() / 2 - 20, width(), 40), 3, 3);
   }
   void mouseMoveEvent(QMouseEvent* event) override {
-    if (event->buttons() & Qt::LeftButton) moved_(mapToParent(event->position().toPoint()).x());
+    const int across = parentWidget()->width();
+    if ((event->buttons() & Qt::LeftButton) && across > 0) {
+      SetPercent(100.0 * mapToParent(event->position().toPoint()).x() / across);
+    }
   }
   void keyPressEvent(QKeyEvent* event) override {
-    const int step = std::max(1, parentWidget()->width() / 50);
-    const int centre = geometry().center().x();
-    if (event->key() == Qt::Key_Left) {
-      moved_(centre - step);
-    } else if (event->key() == Qt::Key_Right) {
-      moved_(centre + step);
+    if (event->key() == Qt::Key_Left || event->key() == Qt::Key_Right) {
+      SetPercent(Percent() + (event->key() == Qt::Key_Left ? -kKeyStep : kKeyStep));
     } else {
       QWidget::keyPressEvent(event);
     }
   }
 
  private:
-  std::function<void(int)> moved_;
+  static constexpr double kKeyStep = 2;  // percent
+  std::function<double()> fraction_;
+  std::function<void(double)> setFraction_;
 };
+
+class CompareLineAccessible final : public QAccessibleWidget, public QAccessibleValueInterface {
+ public:
+  explicit CompareLineAccessible(CompareLine* line) : QAccessibleWidget(line, QAccessible::Slider) {}
+  void* interface_cast(QAccessible::InterfaceType type) override {
+    if (type == QAccessible::ValueInterface) return static_cast<QAccessibleValueInterface*>(this);
+    return QAccessibleWidget::interface_cast(type);
+  }
+  QString text(QAccessible::Text t) const override {
+    if (t == QAccessible::Value) return QStringLiteral("%1%").arg(std::lround(line()->Percent()));
+    return QAccessibleWidget::text(t);
+  }
+  QVariant currentValue() const override { return line()->Percent(); }
+  void setCurrentValue(const QVariant& value) override { line()->SetPercent(value.toDouble()); }
+  QVariant maximumValue() const override { return 100 * (1 - kSplitMargin); }
+  QVariant minimumValue() const override { return 100 * kSplitMargin; }
+  QVariant minimumStepSize() const override { return 1.0; }
+
+ private:
+  CompareLine* line() const { return static_cast<CompareLine*>(widget()); }
+};
+
+QAccessibleInterface* CompareLineFactory(const QString&, QObject* object) {
+  if (auto* line = dynamic_cast<CompareLine*>(object)) return new CompareLineAccessible(line);
+  return nullptr;
+}
 
 QString SideWord(CompareLayout layout, int side) {
   const bool stacked = layout == CompareLayout::Stacked;
@@ -165,9 +205,12 @@ frmCompare::frmCompare(QWidget* parent, MpvOutput output) : QWidget(parent), out
   second_->setAccessibleName(Q(StrComparePlayerTwo));
   second_->StatusBar().SetModeStyle(0);
   pair_ = std::make_unique<PlayerPair>(*first_, *second_);
-  line_ = new CompareLine(stage, [this](int x) {
-    if (stage_->width() > 0) SetSplit(static_cast<double>(x) / stage_->width());
-  });
+  static const bool accessible = [] {
+    QAccessible::installFactory(CompareLineFactory);
+    return true;
+  }();
+  (void)accessible;
+  line_ = new CompareLine(stage, [this] { return split_; }, [this](double fraction) { SetSplit(fraction); });
 
   auto* factsRow = new QHBoxLayout;
   for (size_t side = 0; side < facts_.size(); ++side) {

@@ -11,6 +11,8 @@
 #include "player/ctlDSPlayer.h"
 #include "support/TestSupport.h"
 
+#include <QAccessible>
+#include <QAccessibleValueInterface>
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QFileInfo>
@@ -137,6 +139,14 @@ TEST_F(CompareWindowTest, LayoutButtonsPlaceThePicturesAndTheStoreKeepsTheChoice
   EXPECT_GT(window->SplitLine().geometry().center().x(), at);
   EXPECT_EQ(clip.geometry().left() + window->SecondPlayer().geometry().left(), first.geometry().left());
   EXPECT_EQ(window->SecondPlayer().width(), first.width());
+  // A screen reader sees the line as a slider in percent, and moves it.
+  QAccessibleInterface* line = QAccessible::queryAccessibleInterface(&window->SplitLine());
+  ASSERT_NE(line, nullptr);
+  EXPECT_EQ(line->role(), QAccessible::Slider);
+  EXPECT_EQ(line->text(QAccessible::Name), Q(StrCompareSplit));
+  EXPECT_EQ(line->text(QAccessible::Value), "32%");
+  line->valueInterface()->setCurrentValue(60);
+  EXPECT_DOUBLE_EQ(window->Split(), 0.6);
 
   window->LayoutButton(CompareLayout::SideBySide).ClickIt();
   EXPECT_EQ(ReadSetting("CompareWindowVerticalLayout"), StrNo);
