@@ -42,7 +42,7 @@ launchable=$(sed -n 's:.*<launchable type="desktop-id">\(.*\)</launchable>.*:\1:
 # The types of our own must be valid for the MIME database and opened by the
 # subtitle editor's entry.
 cp -r "$share/mime" "$work/mime"
-update-mime-database "$work/mime" 2>"$work/mime.err" || fail "update-mime-database: $(cat "$work/mime.err")"
+XDG_DATA_DIRS=$work update-mime-database "$work/mime" 2>"$work/mime.err" || fail "update-mime-database: $(cat "$work/mime.err")"
 [ ! -s "$work/mime.err" ] || fail "update-mime-database complains: $(cat "$work/mime.err")"
 editor_types=$(sed -n 's/^MimeType=//p' "$share/applications/zel-subtitles.desktop")
 for type in $(sed -n 's/.*<mime-type type="\([^"]*\)".*/\1/p' "$share/mime/packages/zel.xml"); do
