@@ -27,6 +27,7 @@
 
 #include <array>
 #include <cmath>
+#include <utility>
 
 namespace zel {
 namespace {
@@ -90,6 +91,10 @@ std::optional<SubtitleEditorStart> SubtitleEditorArguments(const QStringList& ar
   SubtitleEditorStart start;
   if (arguments.size() > 1) start.media = QFileInfo(arguments[1]).absoluteFilePath();
   if (arguments.size() > 2) start.subtitle = QFileInfo(arguments[2]).absoluteFilePath();
+  // A subtitle alone, as a file manager opens one: no media to play.
+  if (arguments.size() == 2 && SubtitleInputType(S(arguments[1])) != kSubtitleUnknown) {
+    std::swap(start.media, start.subtitle);
+  }
   return start;
 }
 

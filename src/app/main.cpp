@@ -1,7 +1,8 @@
 // zel [--karaoke] [FILE...]: the desktop program. Files and folders named on the
 // command line are added to the task list once the window stands.
 // zel --subtitles [MEDIA [SUBTITLE]]: the subtitle editor alone, the media
-// playing and the subtitle loaded.
+// playing and the subtitle loaded; zel --subtitles SUBTITLE loads a subtitle
+// without media (how the file manager opens one).
 // zel --compare FIRST SECOND: the compare view alone, both files at the start.
 #include "app/frmMain.h"
 #include "app/frmCompare.h"

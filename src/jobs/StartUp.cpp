@@ -64,6 +64,17 @@ std::string LocateTool(std::initializer_list<std::string_view> names) {
 
 bool Executable(const std::string& path) { return FileExists(path) && ::access(path.c_str(), X_OK) == 0; }
 
+// A file of the program's own: beside the program in a build tree or a folder
+// of its own, in share/zel once installed (bin/zel, share/zel/ZEL.pfs). When
+// neither exists, the place beside the program, so that a message names it.
+std::string ProgramDataFile(const std::string& name) {
+  const std::string beside = Shared().ProgramFolder + name;
+  if (FileExists(beside)) return beside;
+  const std::string installed =
+      std::filesystem::path(Shared().ProgramFolder + "../share/zel/" + name).lexically_normal().string();
+  return FileExists(installed) ? installed : beside;
+}
+
 }  // namespace
 
 int ProgramBuildNumber() { return ZEL_BUILD_NUMBER; }
@@ -107,9 +118,9 @@ void LoadToolPaths() {
 
 bool TestTools() { return Executable(Shared().ToolFfmpeg); }
 
-std::string ToolsPackagePath() { return Shared().ProgramFolder + Shared().ProductId + ".Tools.pkz"; }
+std::string ToolsPackagePath() { return ProgramDataFile(Shared().ProductId + ".Tools.pkz"); }
 
-std::string ProfilePackPath() { return Shared().ProgramFolder + Shared().ProductId + ".pfs"; }
+std::string ProfilePackPath() { return ProgramDataFile(Shared().ProductId + ".pfs"); }
 
 bool UnpackToolsPackage(const std::string& packagePath, JobHost& host) {
   clsFilePKZ package;

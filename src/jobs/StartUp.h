@@ -46,6 +46,7 @@ void LoadToolPaths();
 bool TestTools();
 // Unpacks the tools package into ToolsPath; false when there is none.
 bool UnpackToolsPackage(const std::string& packagePath, JobHost& host);
+// Beside the program, else in share/zel beside its bin folder (installed).
 std::string ToolsPackagePath();
 std::string ProfilePackPath();
 

@@ -235,6 +235,8 @@ TEST(SubtitleEditorArgumentsTest, TakesTheMediaAndTheSubtitleAfterTheSwitch) {
   const Case cases[] = {
       {{"--subtitles"}, true, "", ""},
       {{"--subtitles", "a.mp4"}, true, here + "/a.mp4", ""},
+      {{"--subtitles", "/s/b.srt"}, true, "", "/s/b.srt"},
+      {{"--subtitles", "b.LRC"}, true, "", here + "/b.LRC"},
       {{"--subtitles", "/m/a.mp4", "b.srt"}, true, "/m/a.mp4", here + "/b.srt"},
       {{"a.mp4"}, false, "", ""},
       {{}, false, "", ""},

@@ -1,4 +1,5 @@
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 
 #include "engine/FFmpegX.h"
@@ -119,6 +120,40 @@ TEST_F(StartUp, MissingToolsAreUnpackedFromThePackageOrEndTheProgram) {
   EXPECT_EQ(::access(Shared().ToolFfmpeg.c_str(), X_OK), 0);
   EXPECT_EQ(host.splash.back(), std::string(StrUnpackingTools) + "100%");
   EXPECT_EQ(Shared().ProductKind, kProductGeneral);
+}
+
+// Beside the program in a build tree, in share/zel once installed under a
+// prefix; the one beside wins.
+TEST_F(StartUp, TheProfilePackIsFoundBesideTheProgramOrInItsSharedFolder) {
+  struct Case {
+    bool beside, installed;
+    const char* expected;  // under dir; nullptr: no profiles
+  };
+  const Case cases[] = {
+      {true, false, "bin/ZEL.pfs"},
+      {false, true, "share/zel/ZEL.pfs"},
+      {true, true, "bin/ZEL.pfs"},
+      {false, false, nullptr},
+  };
+  const size_t shipped = LoadProfilePack(ZEL_PROFILE_PACK).size();
+  ASSERT_GT(shipped, 0u);
+  ScopedPath path(FolderOf(ToolPath("ffmpeg")));
+  StartOptions options;
+  options.programPath = dir / "bin/zel";
+  for (const Case& c : cases) {
+    std::filesystem::remove_all(dir / "bin");
+    std::filesystem::remove_all(dir / "share");
+    ASSERT_TRUE(MakedPath(dir / "bin") && MakedPath(dir / "share/zel"));
+    if (c.beside) std::filesystem::copy_file(ZEL_PROFILE_PACK, dir / "bin/ZEL.pfs");
+    // A broken pack where it must not be read.
+    if (c.installed) WriteFileAtomic(dir / "share/zel/ZEL.pfs", c.beside ? "not a pack" : ReadText(ZEL_PROFILE_PACK));
+    BuiltInProfiles().clear();
+
+    ASSERT_EQ(Main(host, options), StartResult::Ready);
+    const std::string expected = c.expected ? dir / c.expected : dir / "bin/ZEL.pfs";
+    EXPECT_EQ(ProfilePackPath(), expected) << c.beside << c.installed;
+    EXPECT_EQ(BuiltInProfiles().size(), c.expected ? shipped : 0u) << c.beside << c.installed;
+  }
 }
 
 TEST_F(StartUp, TheEngineIsTestedAndAviSynthReportedOptional) {
