@@ -18,10 +18,10 @@ import pyatspi
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "gallery"))
 from atspi_drive import app_named, find, press, wait_for  # noqa: E402
 
-CLIP_SECONDS = 12
+CLIP_SECONDS = 30
 ENTRIES = [("00:00:01,000", "00:00:02,500", "第一句 hello"),
            ("00:00:04,000", "00:00:05,000", "第二句"),
-           ("00:00:10,000", "00:00:11,000", "最后 一句")]
+           ("00:00:25,000", "00:00:26,000", "最后 一句")]
 PAIR = re.compile(r"(\d\d):(\d\d):(\d\d),(\d\d\d)")
 
 
@@ -52,11 +52,23 @@ def find_all(node, role, found=None):
     return found
 
 
+EDITOR_ROLES = (pyatspi.ROLE_FRAME, pyatspi.ROLE_WINDOW, pyatspi.ROLE_FILLER)
+
+
+def editor_window(app):
+    """The editor's own window; its message boxes share its title but are dialogs."""
+    for i in range(app.childCount):
+        window = app.getChildAtIndex(i)
+        if window is not None and window.name == "字幕编辑工坊" and window.getRole() in EDITOR_ROLES:
+            return window
+    return None
+
+
 def dialog_with_button(app, button):
     """The first window of the app, other than the editor, holding a button so named."""
     for i in range(app.childCount):
         window = app.getChildAtIndex(i)
-        if window is None or window.name == "字幕编辑工坊" and window.getRole() == pyatspi.ROLE_FRAME:
+        if window is None or window.name == "字幕编辑工坊" and window.getRole() in EDITOR_ROLES:
             continue
         hit = find(window, pyatspi.ROLE_PUSH_BUTTON, button)
         if hit:
@@ -79,10 +91,11 @@ def save_through_dialog(app, path):
     dialog, save = wait_for("the save dialog", lambda: dialog_with_button(app, "Save"))
     if dialog.name != "保存字幕":
         sys.exit(f"FAIL: the save dialog is called {dialog.name!r}")
-    fields = [n for n in find_all(dialog, pyatspi.ROLE_TEXT)
-              if n.getState().contains(pyatspi.STATE_EDITABLE) and n.getState().contains(pyatspi.STATE_FOCUSED)]
+    fields = [n for n in find_all(dialog, pyatspi.ROLE_TEXT) if n.getState().contains(pyatspi.STATE_EDITABLE)]
+    if len(fields) > 1:
+        fields = [n for n in fields if "name" in (n.name or "").lower()]
     if len(fields) != 1:
-        sys.exit(f"FAIL: the save dialog has no one focused name field: {[f.name for f in fields]}")
+        sys.exit(f"FAIL: the save dialog has no one name field: {[f.name for f in fields]}")
     fields[0].queryEditableText().setTextContents(path)
     press(save)
 
@@ -171,16 +184,20 @@ def main():
     child = subprocess.Popen([zel, "--subtitles", clip, original], env=env)
     try:
         app = wait_for("zel on the AT-SPI desktop", lambda: app_named("zel"), 30)
-        wait_for("the editor window", lambda: find(app, pyatspi.ROLE_FRAME, "字幕编辑工坊"))
-        entries = wait_for("the entry list", lambda: find(app, pyatspi.ROLE_LIST, "字幕列表"))
+        window = wait_for("the editor window", lambda: editor_window(app))
+        entries = wait_for("the entry list", lambda: find(window, pyatspi.ROLE_LIST, "字幕列表"))
         wait_for("three entries", lambda: len(rows_of(entries)) == 3)
         names = rows_of(entries)
         for (start, end, text), name in zip(ENTRIES, names):
             if pair_of(name) != (start, end) or text not in name:
                 sys.exit(f"FAIL: rows {names}")
-        set_start = wait_for("the 设置开始 button", lambda: find(app, pyatspi.ROLE_PUSH_BUTTON, "设置开始"))
-        set_end = wait_for("the 设置结束 button", lambda: find(app, pyatspi.ROLE_PUSH_BUTTON, "设置结束"))
-        player = wait_for("the player", lambda: find(app, pyatspi.ROLE_ANIMATION, "字幕预览播放器"))
+        # The controls are the window's children: one look at them, not a
+        # walk of the whole tree for each.
+        controls = {(c.getRole(), c.name): c for c in (window.getChildAtIndex(i) for i in range(window.childCount))}
+        set_start, set_end, save, player = (
+            controls.get(key) or sys.exit(f"FAIL: no {key[1]} among {sorted(n for _, n in controls)}")
+            for key in ((pyatspi.ROLE_PUSH_BUTTON, "设置开始"), (pyatspi.ROLE_PUSH_BUTTON, "设置结束"),
+                        (pyatspi.ROLE_PUSH_BUTTON, "保存字幕"), (pyatspi.ROLE_ANIMATION, "字幕预览播放器")))
         last = entries.getChildAtIndex(2)
         press(last)
         wait_for("the last row selected", lambda: last.getState().contains(pyatspi.STATE_SELECTED))
@@ -197,13 +214,12 @@ def main():
             press(set_end)
             pair = pair_of(rows_of(entries)[2])
             return pair if seconds(pair[1]) >= seconds(start) + 0.5 else None
-        pair = wait_for("an end half a second after the start", later_end, 15)
+        pair = wait_for("an end half a second after the start", later_end, 30)
         if pair[0] != start or not 0 < seconds(pair[0]) < seconds(pair[1]) < CLIP_SECONDS:
             sys.exit(f"FAIL: the last row's times {pair}")
         if rows_of(entries)[:2] != names[:2]:
             sys.exit(f"FAIL: other rows changed: {rows_of(entries)}")
 
-        save = wait_for("the 保存字幕 button", lambda: find(app, pyatspi.ROLE_PUSH_BUTTON, "保存字幕"))
         saved = os.path.join(folder, "改后 字幕.srt")
         press(save)
         save_through_dialog(app, saved)
