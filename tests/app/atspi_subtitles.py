@@ -251,8 +251,11 @@ def main():
         wait_for("the changed start", lambda: pair_of(rows_of(entries)[2])[0] != pair[0])
         close_window(child.pid, "字幕编辑工坊")
         answer(app, "字幕已修改，是否保存？", "No")
-        if child.wait(timeout=20) != 0:
-            sys.exit(f"FAIL: zel ended with {child.returncode}")
+        try:
+            if child.wait(timeout=20) != 0:
+                sys.exit(f"FAIL: zel ended with {child.returncode}")
+        except subprocess.TimeoutExpired:
+            sys.exit("FAIL: the editor stayed open after its close was answered")
         if open(saved, encoding="utf-8-sig").read() != written:
             sys.exit("FAIL: closing without saving changed the saved file")
         print(f"atspi: timed the last entry {pair[0]}->{pair[1]}, saved it and saved over it, closed unsaved")
