@@ -23,7 +23,7 @@ using CopyProgress = std::function<bool(int64_t done, int64_t total)>;
 struct CopyOptions {
   CopyProgress progress;
   // Bytes between two calls of the progress routine.
-  int64_t block = int64_t{8} << 20;
+  int64_t block = int64_t{2} << 20;
   // Lets the kernel copy (copy_file_range, which may share the blocks on file
   // systems that can); off, or refused by the file systems, the bytes go
   // through a read and write loop.
