@@ -93,6 +93,8 @@ void TaskLoop::OnProgress(int value, int max, int fps, const std::string& remain
   std::string text = word + ": " + Percent(max > 0 ? 100.0 * value / max : 0) + "%";
   if (fps > 0) text += ", SPD: " + std::to_string(fps) + "fps";
   if (!remainder.empty()) text += ", ETC: " + remainder;
+  // A machine without the kernel's counters shows the rest all the same.
+  if (const int load = cpuMeter.Query(); load >= 0) text += ", CPU: " + std::to_string(load) + "%";
   host_.SetStatusText(text);
   host_.SetTitle(text);
   host_.SetProgress(value, max);

@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <string>
 
+#include "base/CopyFile.h"
 #include "base/FileHelpers.h"
 #include "base/PathHelpers.h"
 #include "base/TextHelpers.h"
@@ -26,72 +27,30 @@ namespace zel {
 
 namespace {
 
-constexpr size_t kCopyBlock = 1 << 20;
 // The host gets a turn after this many bytes of a copy.
 constexpr int64_t kCopyTurn = 16LL << 20;
 // Names tried for a trashed file before giving up.
 constexpr int kTrashNames = 1000;
 
-// Gives `from` the name `to` unless something has that name; never replaces.
-bool RenameNoReplace(const std::string& from, const std::string& to) {
-  if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return true;
-  if (errno != EINVAL && errno != ENOSYS && errno != EOPNOTSUPP) return false;
-  // A file system without that flag: a hard link claims the name atomically.
-  if (::link(from.c_str(), to.c_str()) == 0) {
-    ::unlink(from.c_str());
+// The host gets a turn between blocks of a copy.
+CopyOptions PumpingCopy(JobHost& host) {
+  CopyOptions options;
+  options.block = kCopyTurn;
+  options.progress = [&host](int64_t, int64_t) {
+    host.PumpEvents();
     return true;
-  }
-  if (errno == EEXIST || errno == EXDEV) return false;
-  // Nor links (FAT): the test and the rename are two steps.
-  struct stat st {};
-  if (::lstat(to.c_str(), &st) == 0) {
-    errno = EEXIST;
-    return false;
-  }
-  return ::rename(from.c_str(), to.c_str()) == 0;
+  };
+  return options;
 }
 
-// Copies the bytes into a hidden file beside the target and then gives it the
-// target's name, so that the name never shows a half-written file and never
-// replaces one that appeared meanwhile.
 bool CopyNoReplace(const std::string& from, const std::string& to, JobHost& host) {
-  const int in = ::open(from.c_str(), O_RDONLY | O_CLOEXEC);
-  if (in < 0) return false;
-  struct stat st {};
-  ::fstat(in, &st);
-  const std::string scratch = CreateTempFile("." + FileNameOf(to) + ".", FolderOf(to));
-  const int out = scratch.empty() ? -1 : ::open(scratch.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC);
-  bool ok = out >= 0;
-  std::string block(kCopyBlock, '\0');
-  int64_t sinceTurn = 0;
-  while (ok) {
-    const ssize_t got = ::read(in, block.data(), block.size());
-    if (got < 0 && errno == EINTR) continue;
-    if (got <= 0) {
-      ok = got == 0;
-      break;
-    }
-    ok = WriteAll(out, std::string_view(block.data(), static_cast<size_t>(got)));
-    sinceTurn += got;
-    if (sinceTurn >= kCopyTurn) {
-      sinceTurn = 0;
-      host.PumpEvents();
-    }
-  }
-  ::close(in);
-  if (out >= 0) {
-    ok = ok && ::fchmod(out, st.st_mode & 07777) == 0 && ::fsync(out) == 0;
-    ok = ::close(out) == 0 && ok;
-  }
-  ok = ok && RenameNoReplace(scratch, to);
-  if (!ok && !scratch.empty()) ::unlink(scratch.c_str());
-  return ok;
+  return CopyFileWithProgress(from, to, PumpingCopy(host)) == CopyResult::Done;
 }
 
 bool MoveNoReplace(const std::string& from, const std::string& to, JobHost& host) {
   if (RenameNoReplace(from, to)) return true;
   if (errno != EXDEV) return false;
-  return CopyNoReplace(from, to, host) && ::unlink(from.c_str()) == 0;
+  return MoveFileByCopy(from, to, PumpingCopy(host)) == CopyResult::Done;
 }
 
 std::string NowForTrash() {
@@ -291,7 +250,7 @@ FileCommandResult CopyFiles(const std::vector<std::string>& files, const std::st
 }
 
 std::string TransferFile(const std::string& source, const std::string& folder, bool move,
-                         const std::function<bool()>& keepGoing) {
+                         const CopyProgress& progress) {
   if (!FileExists(source) || folder.empty()) return {};
   const std::string into = cPath(folder);
   struct statvfs disk {};
@@ -302,10 +261,13 @@ std::string TransferFile(const std::string& source, const std::string& folder, b
   }
   if (!MakedPath(into)) return {};
   const std::string target = RenameExists(into + FileNameOf(source), false);
-  if (target.empty() || !ConcatenateFiles({source}, target, keepGoing)) return {};
-  if (FileSize(target) != FileSize(source)) return {};
-  if (move) zel::DeleteFile(source);
-  return target;
+  if (target.empty()) return {};
+  CopyOptions options;
+  options.progress = progress;
+  // A move copies too, even on one disk: the source goes only once the copy's size is checked.
+  const CopyResult result =
+      move ? MoveFileByCopy(source, target, options) : CopyFileWithProgress(source, target, options);
+  return result == CopyResult::Done ? target : std::string();
 }
 
 std::vector<std::string> CopyToDevice(const std::vector<std::string>& outputs, const std::string& folder,
@@ -313,7 +275,7 @@ std::vector<std::string> CopyToDevice(const std::vector<std::string>& outputs, c
   std::vector<std::string> copies;
   bool failed = false;
   for (const std::string& output : outputs) {
-    const std::string copy = TransferFile(output, folder, false, [&host] {
+    const std::string copy = TransferFile(output, folder, false, [&host](int64_t, int64_t) {
       host.PumpEvents();
       return true;
     });

@@ -15,6 +15,7 @@
 #include <utility>
 
 #include "base/FileHelpers.h"
+#include "base/FindFiles.h"
 #include "base/TextHelpers.h"
 #include "jobs/FormatCatalogue.h"
 #include "jobs/JobHost.h"
@@ -207,17 +208,10 @@ struct ScanRun {
   bool Stopped() const { return canceled.load() || gSearchGeneration.load() != generation; }
 };
 
-struct Entry {
-  std::string name;
-  bool folder = false;
-};
-
-// The walk itself, on the worker: folders in the order they were reached, the
-// files of each sorted by name, handed on in batches.
-void Walk(const std::shared_ptr<ScanRun>& run, std::vector<std::string> roots,
+// The walk itself, on the worker: the finder's regular files in its order,
+// those of a supported kind handed on in batches.
+void Walk(const std::shared_ptr<ScanRun>& run, const std::vector<std::string>& roots,
           const std::function<void(std::vector<std::string>)>& postBatch) {
-  std::vector<std::string> queue = std::move(roots);
-  std::set<std::pair<dev_t, ino_t>> walked;
   std::vector<std::string> batch;
   auto sent = std::chrono::steady_clock::now();
   auto send = [&](bool full) {
@@ -227,40 +221,16 @@ void Walk(const std::shared_ptr<ScanRun>& run, std::vector<std::string> roots,
     sent = now;
   };
 
-  for (size_t next = 0; next < queue.size() && !run->Stopped(); ++next) {
-    // Files found before a long stretch of folders without any are not held back.
-    send(false);
-    const std::string folder = cPath(queue[next]);
-    struct stat st {};
-    if (::stat(folder.c_str(), &st) != 0 || !S_ISDIR(st.st_mode)) continue;
-    if (!walked.insert({st.st_dev, st.st_ino}).second) continue;
-    DIR* dir = ::opendir(folder.c_str());
-    if (dir == nullptr) continue;
-    std::vector<Entry> entries;
-    while (const dirent* item = ::readdir(dir)) {
-      if (run->Stopped()) break;
-      const std::string name = item->d_name;
-      if (name == "." || name == "..") continue;
-      struct stat target {};
-      if (::stat((folder + name).c_str(), &target) != 0) continue;  // a broken link
-      if (S_ISDIR(target.st_mode)) {
-        entries.push_back({name, true});
-      } else if (S_ISREG(target.st_mode) && IsSupportedFile(name)) {
-        entries.push_back({name, false});
-      }
-    }
-    ::closedir(dir);
-    std::sort(entries.begin(), entries.end(), [](const Entry& a, const Entry& b) { return a.name < b.name; });
-    for (const Entry& entry : entries) {
-      if (run->Stopped()) break;
-      if (entry.folder) {
-        queue.push_back(folder + entry.name);
-        continue;
-      }
-      batch.push_back(folder + entry.name);
-      send(batch.size() >= kBatchSize);
-    }
-  }
+  clsFindFileApi finder;
+  finder.Stop = [&run] { return run->Stopped(); };
+  finder.Found = [&](const std::string& path) {
+    if (!IsSupportedFile(path)) return;
+    batch.push_back(path);
+    send(batch.size() >= kBatchSize);
+  };
+  // Files found before a long stretch of folders without any are not held back.
+  finder.FolderListed = [&] { send(false); };
+  finder.FindFiles(roots, "*.*", FileAttr::Plain, true);
   if (!run->Stopped()) send(true);
 }
 
@@ -331,7 +301,7 @@ void FolderScan::Start(std::vector<std::string> folders) {
   State* state = state_.get();
   state_->worker = std::thread([state, weak, run, folders = std::move(folders)]() mutable {
     const uint64_t id = run->id;
-    Walk(run, std::move(folders), [state, weak, id](std::vector<std::string> paths) {
+    Walk(run, folders, [state, weak, id](std::vector<std::string> paths) {
       state->Post([weak, id, paths = std::move(paths)] {
         if (const auto alive = weak.lock()) alive->OnFound(id, paths);
       });

@@ -12,6 +12,8 @@
 #include <string_view>
 #include <vector>
 
+#include "base/CopyFile.h"
+
 namespace zel {
 
 class FFmpegX;
@@ -198,10 +200,11 @@ FileCommandResult MoveFiles(const std::vector<std::string>& files, const std::st
 FileCommandResult CopyFiles(const std::vector<std::string>& files, const std::string& folder, JobHost& host);
 // One file placed into `folder` the way the "复制到" and "移动到" formats place
 // it: under a free name, refused when the folder's disk lacks the room, in
-// blocks with `keepGoing` asked between them (false stops). A move removes the
-// source once the copy is whole. The new path, or "" when nothing was placed.
+// blocks with `progress` told the bytes done between them (false stops, and
+// nothing is left at the target). A move removes the source once the copy has
+// the source's size. The new path, or "" when nothing was placed.
 std::string TransferFile(const std::string& source, const std::string& folder, bool move,
-                         const std::function<bool()>& keepGoing);
+                         const CopyProgress& progress);
 // The result panel's "立即复制": every output copied into `folder` by
 // TransferFile, the host pumped meanwhile. Each file that fails goes to the
 // information list and the end is "失败的复制或移动文件操作"; otherwise

@@ -28,6 +28,9 @@ namespace zel {
 
 namespace {
 
+// The progress field's scale while a file is copied.
+constexpr int kTransferScale = 1000;
+
 constexpr std::string_view kImageFormats[] = {"jpg", "jpeg", "png", "bmp", "gif", "gif_t", "tif", "tiff"};
 
 bool IsImageFormat(std::string_view format) {
@@ -503,10 +506,12 @@ void TaskLoop::RunTransfer(int index, const std::string& source) {
 
   const std::string folderField = read_("OutputFolder");
   const std::string folder = folderField.empty() ? FolderOf(source) : cPath(folderField);
-  const std::string target = TransferFile(source, folder, move, [this] {
+  const std::string target = TransferFile(source, folder, move, [this](int64_t done, int64_t total) {
+    if (total > 0) host_.SetProgress(static_cast<int>(done * kTransferScale / total), kTransferScale);
     host_.PumpEvents();
     return !stopRequested_;
   });
+  host_.SetProgress(0, 0);
   host_.PumpEvents();
   std::string result;
   if (!target.empty()) {

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "base/CpuUsage.h"
 #include "jobs/DirectJobs.h"
 #include "jobs/EngineSetup.h"
 #include "jobs/JobHost.h"
@@ -76,6 +77,9 @@ class TaskLoop {
   int JobsSucceeded() const { return jobsSucceeded_; }
   // Sources that no job took: an image with a video format, and the like.
   const std::vector<std::string>& PassedOver() const { return passedOver_; }
+
+  // The load shown in the progress text.
+  clsCPUUsage cpuMeter;
 
   // Tool paths, from the start-up's discovery unless a host sets them.
   ToolSet tools;

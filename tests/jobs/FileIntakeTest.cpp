@@ -452,10 +452,11 @@ TEST_F(StoreTest, OutputsAreCopiedToADeviceUnderFreeNames) {
   EXPECT_EQ(host.infos.back(), "问题 | 无法复制文件: " + out + "/gone.mp4");
   EXPECT_EQ(host.messages.back(), "失败的复制或移动文件操作");
 
-  const auto going = [] { return true; };
+  const auto going = [](int64_t, int64_t) { return true; };
   EXPECT_EQ(TransferFile(out + "/a.mp4", device, true, going), device + "/a(1).mp4");
   EXPECT_FALSE(FileExists(out + "/a.mp4"));
-  EXPECT_EQ(TransferFile(out + "/b.mp4", device, false, [] { return false; }), "") << "a stopped copy places nothing";
+  EXPECT_EQ(TransferFile(out + "/b.mp4", device, false, [](int64_t, int64_t) { return false; }), "")
+      << "a stopped copy places nothing";
   EXPECT_FALSE(FileExists(device + "/b(2).mp4"));
   EXPECT_TRUE(FileExists(out + "/b.mp4"));
 }

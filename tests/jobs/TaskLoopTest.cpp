@@ -17,8 +17,11 @@ namespace {
 // A window that records what the loop shows and lets a test act in its pump.
 class RecordingRunHost : public RunHost {
  public:
-  std::vector<std::string> infos, logLines, actions;
+  std::vector<std::string> infos, logLines, actions, statusTexts, titles;
   std::function<void()> onPump;
+
+  void SetStatusText(std::string_view text) override { statusTexts.emplace_back(text); }
+  void SetTitle(std::string_view title) override { titles.emplace_back(title); }
 
   void AddInfo(std::string_view category, std::string_view message, std::string_view) override {
     infos.push_back(message.empty() ? std::string(category) : std::string(category) + " | " + std::string(message));
@@ -92,8 +95,9 @@ TEST_F(TaskLoopTest, CancelInTheFirstPartStartsNothingElse) {
   EXPECT_EQ(test::Run({"/bin/ls", "-A", dir / "out"}).output, "");
 }
 
-// While one task converts, the next one's probe is already under way; and the
-// rows tell their listener of each comment and progress they are given.
+// While one task converts, the next one's probe is already under way; the
+// rows tell their listener of each comment and progress they are given, and
+// the progress text tells the machine's load.
 TEST_F(TaskLoopTest, TheNextTaskIsProbedWhileThisOneConvertsAndRowsReportTheirChanges) {
   for (const char* name : {"a", "b", "c"}) {
     MakeClip(dir / (std::string(name) + ".mp4"), 1);
@@ -117,8 +121,20 @@ TEST_F(TaskLoopTest, TheNextTaskIsProbedWhileThisOneConvertsAndRowsReportTheirCh
   values["OutputMode"] = "AVI";
   TaskLoop loop(engine, tasks, host, Reader());
   loop.tools = tools;
+  // Two processors, a quarter of their ticks idle between any two readings.
+  int reading = 0;
+  loop.cpuMeter.ReadStat = [&reading] {
+    ++reading;
+    return "cpu  " + std::to_string(150 * reading) + " 0 0 " + std::to_string(50 * reading) + "\ncpu0 1\ncpu1 1\n";
+  };
   loop.RunTasks();
   ASSERT_EQ(loop.OutputList().size(), 3u);
+  // The progress text ends in the load, in the status field and the title alike.
+  const auto progress = std::find_if(host.statusTexts.begin(), host.statusTexts.end(),
+                                     [](const std::string& text) { return Contains(text, "%, "); });
+  ASSERT_NE(progress, host.statusTexts.end());
+  EXPECT_TRUE(EndsWith(*progress, ", CPU: 75%")) << *progress;
+  EXPECT_NE(std::find(host.titles.begin(), host.titles.end(), *progress), host.titles.end());
 
   const std::vector<std::string> lines = ReadLines(ReadText(log));
   auto at = [&lines](const std::string& line) { return std::find(lines.begin(), lines.end(), line) - lines.begin(); };
