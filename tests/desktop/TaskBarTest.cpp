@@ -163,14 +163,6 @@ TEST_F(TaskBarOnBus, EachCallSequenceSendsTheDockOnlyWhatChanged) {
   }
 }
 
-TEST(TaskBarWithoutBus, CallsKeepTheirStateAndSendNothing) {
-  clsTaskBar bar(QDBusConnection("zel-no-such-bus"));
-  bar.SetProgressState(TaskbarState::Normal);
-  bar.SetProgressValue(2, 3);
-  EXPECT_EQ(bar.ProgressState(), TaskbarState::Normal);
-  EXPECT_EQ(bar.Percent(), 67);
-}
-
 }  // namespace
 }  // namespace zel
 
