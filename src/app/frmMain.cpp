@@ -13,6 +13,8 @@
 #include "controls/ctlButton.h"
 #include "controls/ctlCustomFrame.h"
 #include "controls/ctlListbox.h"
+#include "desktop/clsTaskBar.h"
+#include "desktop/ctlSysTrayBalloon.h"
 #include "engine/ProbeService.h"
 #include "jobs/DiagnosticsLog.h"
 #include "jobs/FileIntake.h"
@@ -140,6 +142,7 @@ frmMain::frmMain(MpvOutput playerOutput, QWidget* parent) : QWidget(parent), pla
   BuildPanel();
   ConnectHost();
   ConnectPlayer();
+  BuildDesktop();
   setAcceptDrops(true);
   // F3 searches the web for the selected task, wherever the focus is.
   auto* search = new QShortcut(QKeySequence(Qt::Key_F3), this);
@@ -490,6 +493,7 @@ void frmMain::FormLoad(const QStringList& commandLineFiles) {
 
   Log("显示初始化信息");
   Log("系统栏图标 初始化");
+  AddTrayIcon();
   Log("控件前端顺序设置");
   Log("界面主题 初始化");
   ApplyTheme();
@@ -583,6 +587,7 @@ void frmMain::Unload() {
                            "释放资源: TrayIcon", "释放资源: CPUUsage", "释放资源: PrevInstance",
                            "释放资源: TaskBar", "释放资源: SysTrayIcon", "释放资源: 子类及菜单"}) {
     Log(step);
+    ReleaseDesktop(step);
   }
   Log("枚举窗体并关闭");
   for (QWidget* window : QApplication::topLevelWidgets()) {
@@ -649,9 +654,9 @@ void frmMain::PressStart() {
   info_->Clear();
   if (!loop_->CheckTasks(context)) return;
   player_->CloseFile();
+  // The run ends with its ConvertFinished action.
   loop_->RunTasks();
   FillResults();
-  loop_->RunFinishAction();
 }
 
 void frmMain::PressSecond() {
@@ -672,10 +677,12 @@ void frmMain::PressSecond() {
   }
   second_->SetCaption(Q(paused_ ? StrButtonResume : StrButtonPause));
   second_->setAccessibleName(second_->Caption());
+  taskBar_->SetProgressState(RunTaskbarState());
 }
 
 void frmMain::OnRunningLook(bool running) {
   paused_ = false;
+  ShowRunLookOnTaskbar(running);
   second_->SetCaption(Q(running ? StrButtonPause : StrButtonAddFiles));
   second_->setAccessibleName(second_->Caption());
   for (ctlButton* b : {addButton_, removeButton_, clearButton_, folder_, format_, split_[0], split_[1], split_[2]}) {
@@ -693,6 +700,7 @@ void frmMain::OnRunningLook(bool running) {
 void frmMain::OnProgress(int value, int max) {
   status_->SetMax(max);
   status_->SetValue(max > 0 ? value : 0);
+  ShowRunOnTaskbar(value, max);
   ListboxModel& rows = tasks_->Model();
   if (currentTask_ < 0 || currentTask_ >= rows.ListCount()) return;
   if (max > 0) {
@@ -1256,6 +1264,7 @@ void frmMain::resizeEvent(QResizeEvent* event) {
 
 void frmMain::changeEvent(QEvent* event) {
   QWidget::changeEvent(event);
+  if (tray_) DesktopWindowChange(event);
   if (event->type() == QEvent::WindowStateChange) {
     maximize_->SetCaption(QString::fromUtf8(isMaximized() ? "❐" : "□"));
   }

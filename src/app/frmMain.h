@@ -28,13 +28,16 @@
 
 namespace zel {
 
+class clsTaskBar;
 class ctlButton;
 class ctlCustomFrame;
 class ctlDSPlayer;
 class ctlListbox;
+class ctlSysTrayBalloon;
 class DiagnosticsLog;
 class DialogChooser;
 class FileIntake;
+enum class TaskbarState;
 
 // The panel over the lists, by what it shows.
 enum class PanelKind { None, Settings, Log, Results, Profiles, QuickChooser };
@@ -97,6 +100,9 @@ class frmMain : public QWidget, public SettingsPanelHost {
   ctlButton& AviSynthButton() { return *avsButton_; }
   ctlButton& StatusField() { return *status_; }
   ctlButton& FolderField() { return *folder_; }
+  // The dock's progress and the tray icon (tests hand them a bus of their own).
+  clsTaskBar& TaskBar() { return *taskBar_; }
+  ctlSysTrayBalloon& Tray() { return *tray_; }
   ctlButton& FormatField() { return *format_; }
   ctlButton& SplitField(int slot) { return *split_[slot]; }
   // What a settings row's change does beyond the store.
@@ -132,6 +138,15 @@ class frmMain : public QWidget, public SettingsPanelHost {
   void ConnectHost();
   void ConnectPlayer();
   void PlacePanel();
+  // The dock and the tray: made with the window, the icon added at load.
+  void BuildDesktop();
+  void AddTrayIcon();
+  void ReleaseDesktop(std::string_view step);
+  TaskbarState RunTaskbarState() const;
+  void ShowRunOnTaskbar(int value, int max);
+  void ShowRunLookOnTaskbar(bool running);
+  void OnBalloon(const QString& title, const QString& text);
+  void DesktopWindowChange(QEvent* event);
 
   void FillFormatField(bool more);
   void ApplySplitLabels();
@@ -185,6 +200,8 @@ class frmMain : public QWidget, public SettingsPanelHost {
   std::unique_ptr<TaskLoop> loop_;
   std::unique_ptr<DiagnosticsLog> log_file_;
   std::unique_ptr<FileIntake> intake_;
+  std::unique_ptr<clsTaskBar> taskBar_;
+  std::unique_ptr<ctlSysTrayBalloon> tray_;
   MpvOutput playerOutput_;
   int factsRequested_ = 0;
   CatalogueInputs catalogue_;
@@ -245,6 +262,8 @@ class frmMain : public QWidget, public SettingsPanelHost {
   bool ready_ = false;
   bool formatMore_ = false;
   bool paused_ = false;
+  // A task of this run failed: the dock shows it until the run ends.
+  bool runFailed_ = false;
   // Selecting the current task during a run must not start its preview.
   bool selectingForRun_ = false;
   bool unloaded_ = false;

@@ -318,6 +318,12 @@ inline constexpr Text StrFinishOpen = "打开";
 inline constexpr Text StrAllTasksDone = "全部任务已完成。假如文件创建失败或设置无效，请按软件帮助检查并解决问题。";
 inline constexpr Text StrAllTasksDoneTitle = "全部任务已完成";
 
+// ---- The tray icon ----
+// What the tray control's error event says, as the control has always said it.
+inline constexpr Text StrTrayNoIcon = "Ic鬾e standard non d閒inie";
+inline constexpr Text StrTrayNotAdded = "SysTray non charg?";
+inline constexpr Text StrTrayBlinkNotStarted = "SysTray non d閙arr?";
+
 // ---- The settings rows ----
 inline constexpr Text StrRowsClickLabelNote = "点击项目说明文字, 可以使相应项目设置恢复初始数值.";
 inline constexpr Text StrRowsAviSynthNote = "在主界面启用 AVS 支持可以打开更多设置项目";

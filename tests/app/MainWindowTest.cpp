@@ -8,6 +8,7 @@
 #include "controls/QtText.h"
 #include "controls/ctlButton.h"
 #include "controls/ctlListbox.h"
+#include "desktop/clsTaskBar.h"
 #include "jobs/MainState.h"
 #include "jobs/Settings.h"
 #include "jobs/StartUp.h"
@@ -135,6 +136,8 @@ TEST_F(MainWindowTest, RefusedChecksSayWhyAndStartNothing) {
 TEST_F(MainWindowTest, ARunShowsItsLooksInOrderAndEndsWithTheResults) {
   MakeClip(dir_ / "a.mp4", 2);
   MakeClip(dir_ / "b 片段.avi", 2);
+  // The end's balloon, with neither a tray nor a notification service here.
+  settings_["ConvertFinished"] = "气泡";
   auto window = Start();
   window->DropFiles({Q(dir_ / "a.mp4"), Q(dir_ / "b 片段.avi")});
   std::vector<std::string> looks;
@@ -150,6 +153,8 @@ TEST_F(MainWindowTest, ARunShowsItsLooksInOrderAndEndsWithTheResults) {
   for (int i = 0; i < 2; ++i) EXPECT_TRUE(fs::exists(window->Results().Model().PathFromIndex(i)));
   const std::vector<std::string> info = Rows(window->Info());
   EXPECT_EQ(std::count_if(info.begin(), info.end(), [](const std::string& l) { return l.ends_with("| 完成"); }), 2);
+  EXPECT_EQ(std::count(info.begin(), info.end(), "注意 | " + std::string(StrAllTasksDone)), 1);
+  EXPECT_EQ(window->TaskBar().ProgressState(), TaskbarState::NoProgress);
   EXPECT_EQ(window->windowTitle(), Q(Shared().ProductName));
   EXPECT_EQ(window->StatusField().Caption(), Q(StrWindowIdle));
   EXPECT_TRUE(window->FolderField().isEnabled());
@@ -206,10 +211,14 @@ TEST_F(MainWindowTest, DuringARunCloseIsRefusedPauseTogglesAndCancelAsks) {
     // The progress shows in the task's own row.
     const ListboxModel& rows = window->Tasks().Model();
     seen.push_back(rows.ShowProgressBar(0) && rows.ValueMax(0) == max ? "row progress" : "no row progress");
+    // And on the dock, paused and resumed with the tool.
+    const auto dock = [&] { return window->TaskBar().ProgressState() == TaskbarState::Paused ? "dock paused" : "dock"; };
+    seen.push_back(dock());
     seen.push_back(window->close() ? "closed" : "stayed");
     for (int i = 0; i < 2; ++i) {
       window->PressSecond();
       seen.push_back(S(window->SecondButton().Caption()));
+      seen.push_back(dock());
     }
     answer_ = false;
     window->PressStart();
@@ -218,7 +227,8 @@ TEST_F(MainWindowTest, DuringARunCloseIsRefusedPauseTogglesAndCancelAsks) {
     window->PressStart();
   });
   window->PressStart();
-  EXPECT_EQ(seen, (std::vector<std::string>{"row progress", "stayed", "继续", "暂停", "running"}));
+  EXPECT_EQ(seen, (std::vector<std::string>{"row progress", "dock", "stayed", "继续", "dock paused", "暂停", "dock",
+                                           "running"}));
   EXPECT_EQ(messages_, std::vector<std::string>{std::string(StrCancelJobBeforeQuit)});
   EXPECT_EQ(questions_, (std::vector<std::string>{std::string(StrCancelRunQuestion),
                                                   std::string(StrCancelRunQuestion)}));
@@ -293,6 +303,9 @@ TEST_F(MainWindowTest, MarksOnThePlayerFillTheFieldsAndThePreviewedTask) {
   ctlDSPlayer& player = window->Player();
   WaitFor([&] { return player.Status() == 1 || player.Status() == 2; });
   ASSERT_EQ(player.Filename(), Q(dir_ / "a.mp4"));
+  // The preview's playback has the dock while no run goes on.
+  WaitFor([&] { return window->TaskBar().ProgressState() != TaskbarState::NoProgress; }, 5000);
+  EXPECT_NE(window->TaskBar().ProgressState(), TaskbarState::NoProgress);
   player.SetSetTagStart(1.0);
   player.SetSetTagEnd(2.5);
   EXPECT_EQ(window->SplitField(0).Caption(), "00:00:01,000");
@@ -304,6 +317,8 @@ TEST_F(MainWindowTest, MarksOnThePlayerFillTheFieldsAndThePreviewedTask) {
   window->EditSplitField(2, "3");
   EXPECT_EQ(ReadSetting("SplitPart"), "3");
   EXPECT_EQ(window->Tasks().Model().ListOther(0), "00:00:01,000|00:00:02,500|1|");
+  player.CloseFile();
+  EXPECT_EQ(window->TaskBar().ProgressState(), TaskbarState::NoProgress);
 }
 
 TEST_F(MainWindowTest, AFolderDropAddsItsMediaAndClosingStopsTheScan) {
