@@ -28,6 +28,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "BenchSupport.h"
@@ -117,8 +118,13 @@ class Watchdog {
 // dropped, and waits for it; false when it did not start or exit 0.
 bool RunZel(const std::vector<std::string>& extraEnv) {
   std::vector<std::string> env;
-  for (char** e = environ; *e != nullptr; ++e) env.emplace_back(*e);
+  for (char** e = environ; *e != nullptr; ++e) {
+    if (std::string_view(*e).rfind("XDG_RUNTIME_DIR=", 0) != 0) env.emplace_back(*e);
+  }
   env.insert(env.end(), extraEnv.begin(), extraEnv.end());
+  // A zel the user runs meanwhile must not take these starts as second ones.
+  zel::MakedPath(Folder() + "/run");
+  env.push_back("XDG_RUNTIME_DIR=" + Folder() + "/run");
   std::vector<char*> envp;
   for (std::string& e : env) envp.push_back(e.data());
   envp.push_back(nullptr);

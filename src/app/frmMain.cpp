@@ -13,6 +13,7 @@
 #include "controls/ctlButton.h"
 #include "controls/ctlCustomFrame.h"
 #include "controls/ctlListbox.h"
+#include "desktop/clsPrevInstance.h"
 #include "desktop/clsTaskBar.h"
 #include "desktop/ctlSysTrayBalloon.h"
 #include "engine/ProbeService.h"
@@ -452,6 +453,15 @@ void frmMain::FormLoad(const QStringList& commandLineFiles) {
   Log("禁止刷新控件");
   setUpdatesEnabled(false);
   Log("初始化 PrevInstance");
+  if (cPrevInstance_) {
+    connect(cPrevInstance_.get(), &clsPrevInstance::PrevInstancePath, this, [this](const QString& path) {
+      clsPrevInstance::ShowForm(this);
+      if (path.isEmpty()) return;
+      // A drop stops the scan of the drop before: one hand-over is one drop.
+      handedOver_ << path;
+      if (handedOver_.size() == 1) QTimer::singleShot(0, this, [this] { DropFiles(std::exchange(handedOver_, {})); });
+    });
+  }
   Log("主界面位置");
   RestoreGeometry();
 
@@ -513,11 +523,16 @@ void frmMain::FormLoad(const QStringList& commandLineFiles) {
     const QStringList files = std::exchange(queuedFiles_, {});
     DropFiles(files);
   }
+  if (cPrevInstance_) cPrevInstance_->SetReady(true);
   if (SettingIsYes("ShowTip")) {
     Log("显示 快速选择 窗口");
     ShowPanel(PanelKind::QuickChooser);
   }
   Log("程序载入全部结束");
+}
+
+void frmMain::AdoptPrevInstance(std::unique_ptr<clsPrevInstance> instance) {
+  cPrevInstance_ = std::move(instance);
 }
 
 void frmMain::RestoreGeometry() {
@@ -589,6 +604,8 @@ void frmMain::Unload() {
     Log(step);
     ReleaseDesktop(step);
   }
+  // From here a start becomes the first copy rather than hand over to this one.
+  cPrevInstance_.reset();
   Log("枚举窗体并关闭");
   for (QWidget* window : QApplication::topLevelWidgets()) {
     if (window != this && window->isVisible()) window->close();

@@ -33,6 +33,7 @@ class ctlButton;
 class ctlCustomFrame;
 class ctlDSPlayer;
 class ctlListbox;
+class clsPrevInstance;
 class ctlSysTrayBalloon;
 class DiagnosticsLog;
 class DialogChooser;
@@ -54,6 +55,9 @@ class frmMain : public QWidget, public SettingsPanelHost {
   // shows the window. Files named on the command line wait for "PrevInstance
   // Ready" and then arrive like a drop.
   void FormLoad(const QStringList& commandLineFiles = {});
+  // The single-instance object the program's start made before this window;
+  // FormLoad listens to it and lets it deliver from "PrevInstance Ready".
+  void AdoptPrevInstance(std::unique_ptr<clsPrevInstance> instance);
 
   // Files and folders from a drop, the dialog or a second start.
   void DropFiles(const QStringList& paths);
@@ -260,6 +264,9 @@ class frmMain : public QWidget, public SettingsPanelHost {
 
   QStringList queuedFiles_;
   bool ready_ = false;
+  std::unique_ptr<clsPrevInstance> cPrevInstance_;
+  // Paths of one hand-over, added together as one drop.
+  QStringList handedOver_;
   bool formatMore_ = false;
   bool paused_ = false;
   // A task of this run failed: the dock shows it until the run ends.

@@ -1,5 +1,7 @@
 // zel [--karaoke] [FILE...]: the desktop program. Files and folders named on the
-// command line are added to the task list once the window stands.
+// command line are added to the task list once the window stands. With a copy
+// already running, the files go to that one, which comes to the front, and
+// this start ends at once.
 // zel --subtitles [MEDIA [SUBTITLE]]: the subtitle editor alone, the media
 // playing and the subtitle loaded; zel --subtitles SUBTITLE loads a subtitle
 // without media (how the file manager opens one).
@@ -10,6 +12,8 @@
 #include "app/FirstPaintReport.h"
 #include "app/frmStartUp.h"
 #include "controls/QtText.h"
+#include "desktop/clsPrevInstance.h"
+#include "jobs/MainState.h"
 #include "jobs/StartUp.h"
 #include "player/DesktopApplication.h"
 
@@ -21,11 +25,26 @@
 #include <memory>
 #include <string>
 
+namespace {
+
+// Copies of one product and version find each other; the karaoke builder is a
+// product of its own.
+QString Identity(const zel::StartOptions& options) {
+  const zel::MainState defaults;
+  const bool karaoke = options.karaoke || zel::ProductKindFor(zel::S(QCoreApplication::applicationFilePath()), options.files) == zel::kProductKaraoke;
+  return zel::Q(defaults.ProductId + " " + defaults.ProductName) + (karaoke ? QStringLiteral(" karaoke ") : QStringLiteral(" ")) +
+         QStringLiteral(ZEL_VERSION).section(QLatin1Char('.'), 0, 1);
+}
+
+}  // namespace
+
 int main(int argc, char** argv) {
   QApplication app(argc, argv);
-  zel::PrepareDesktopApplication();
 
+  // The subtitle editor alone is a tool beside the converter: as many as the
+  // user opens, none of them taking files from a second start.
   if (const auto editor = zel::SubtitleEditorArguments(app.arguments().mid(1))) {
+    zel::PrepareDesktopApplication();
     zel::frmCreateSubtitle window;
     window.show();
     if (!editor->media.isEmpty()) window.OpenMedia(editor->media);
@@ -51,7 +70,15 @@ int main(int argc, char** argv) {
     }
   }
 
+  // Before anything of the window is built: a second start leaves at once.
+  auto instance = std::make_unique<zel::clsPrevInstance>();
+  if (instance->PrevInstance(Identity(options), zel::JoinHandOverArguments(files)) == zel::HandOverResult::HandedOver) {
+    return 0;
+  }
+  zel::PrepareDesktopApplication();
+
   auto window = std::make_unique<zel::frmMain>();
+  window->AdoptPrevInstance(std::move(instance));
   std::unique_ptr<zel::FirstPaintReport> firstPaint;
   if (const char* file = std::getenv("ZEL_REPORT_FIRST_PAINT"); file != nullptr && *file != '\0') {
     const char* quit = std::getenv("ZEL_QUIT_AFTER_FIRST_PAINT");

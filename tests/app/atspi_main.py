@@ -32,7 +32,11 @@ def main():
                         "testsrc=size=320x240:rate=25:duration=2", "-f", "lavfi", "-i",
                         "sine=frequency=440:duration=2", "-pix_fmt", "yuv420p", "-c:v", "mpeg4",
                         "-c:a", "mp3" if clip.endswith(".avi") else "aac", "-shortest", clip], check=True)
-    env = dict(os.environ, QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1",
+    # A runtime folder of its own: a zel the user runs meanwhile must not take
+    # this one's files as a second start's.
+    runtime = os.path.join(work, "run")
+    os.makedirs(runtime, mode=0o700, exist_ok=True)
+    env = dict(os.environ, QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1", XDG_RUNTIME_DIR=runtime,
                XDG_CONFIG_HOME=os.path.join(work, "config"), XDG_DATA_HOME=os.path.join(work, "data"))
     settings = {"OutputFolder": out, "OutputMode": "MP4", "ShowTip": "否", "MediaPlayNow": "否",
                 "ConvertFinished": "无"}
