@@ -53,8 +53,11 @@ set(CPACK_DEBIAN_PACKAGE_MAINTAINER ${ZEL_PACKAGE_MAINTAINER})
 set(CPACK_DEBIAN_PACKAGE_SECTION video)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_DEPENDS ffmpeg)
-set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "mkvtoolnix, mencoder, fonts-wqy-microhei | fonts-noto-cjk")
+# The libraries' own packages come from shlibdeps; Qt's window system plugins
+# are loaded at run time, which shlibdeps cannot see, and without the X11 one
+# the window does not open at all.
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "ffmpeg, qt6-qpa-plugins")
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "mkvtoolnix, mencoder, fonts-wqy-microhei | fonts-noto-cjk, qt6-wayland")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 include(CPack)

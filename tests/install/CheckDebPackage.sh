@@ -37,7 +37,7 @@ field() { dpkg-deb -f "$deb" "$1"; }
 [ "$(field Version)" = "$version" ] || fail "Version: $(field Version)"
 [ "$(field Section)" = video ] || fail "Section: $(field Section)"
 depends=", $(field Depends),"
-for package in ffmpeg libc6 libstdc++6 libqt6core6 libqt6widgets6 libqt6dbus6 libmpv2; do
+for package in ffmpeg qt6-qpa-plugins libc6 libstdc++6 libqt6core6 libqt6widgets6 libqt6dbus6 libmpv2; do
   [[ "$depends" == *", $package"[\ ,]* ]] || fail "Depends lacks $package: $depends"
 done
 recommends=$(field Recommends)
