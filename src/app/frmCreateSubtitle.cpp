@@ -157,17 +157,14 @@ void frmCreateSubtitle::BuildControls() {
     ++slot;
   }
 
-  // The file dialogs open after the click has returned: a screen reader's
-  // press waits for its answer, and would wait for as long as the dialog
-  // stood, with no way to drive it.
   media_ = MakeButton(this, StrSubtitleEditMedia);
-  connect(media_, &ctlButton::Click, this, &frmCreateSubtitle::ChooseMedia, Qt::QueuedConnection);
+  connect(media_, &ctlButton::Click, this, &frmCreateSubtitle::ChooseMedia);
   play_ = MakeButton(this, StrSubtitleEditPlayPause);
   connect(play_, &ctlButton::Click, this, &frmCreateSubtitle::TogglePlay);
   open_ = MakeButton(this, StrSubtitleEditOpen);
-  connect(open_, &ctlButton::Click, this, &frmCreateSubtitle::ChooseSubtitle, Qt::QueuedConnection);
+  connect(open_, &ctlButton::Click, this, &frmCreateSubtitle::ChooseSubtitle);
   save_ = MakeButton(this, StrSubtitleEditSave);
-  connect(save_, &ctlButton::Click, this, [this] { ChooseSaveFile(); }, Qt::QueuedConnection);
+  connect(save_, &ctlButton::Click, this, [this] { ChooseSaveFile(); });
   undo_ = MakeButton(this, StrSubtitleEditUndo);
   connect(undo_, &ctlButton::Click, this, [this] { StepHistory(true); });
   redo_ = MakeButton(this, StrSubtitleEditRedo);

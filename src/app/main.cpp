@@ -20,6 +20,7 @@
 #include <QApplication>
 #include <QDir>
 #include <QFileInfo>
+#include <QIcon>
 
 #include <cstdlib>
 #include <memory>
@@ -40,11 +41,18 @@ QString Identity(const zel::StartOptions& options) {
 
 int main(int argc, char** argv) {
   QApplication app(argc, argv);
+  // Docks and Wayland compositors match the windows to the installed entry by
+  // this name; the icon comes from the theme the install fills, looked up
+  // after a second start has had its chance to leave.
+  QGuiApplication::setDesktopFileName(QStringLiteral("zel"));
+  const auto useIcon = [] { QApplication::setWindowIcon(QIcon::fromTheme(QStringLiteral("zel"))); };
 
   // The subtitle editor alone is a tool beside the converter: as many as the
   // user opens, none of them taking files from a second start.
   if (const auto editor = zel::SubtitleEditorArguments(app.arguments().mid(1))) {
+    QGuiApplication::setDesktopFileName(QStringLiteral("zel-subtitles"));
     zel::PrepareDesktopApplication();
+    useIcon();
     zel::frmCreateSubtitle window;
     window.show();
     if (!editor->media.isEmpty()) window.OpenMedia(editor->media);
@@ -53,6 +61,8 @@ int main(int argc, char** argv) {
   }
 
   if (const auto files = zel::CompareArguments(app.arguments().mid(1))) {
+    zel::PrepareDesktopApplication();
+    useIcon();
     zel::frmCompare window;
     window.show();
     window.Open(files->first, files->second);
@@ -76,6 +86,7 @@ int main(int argc, char** argv) {
     return 0;
   }
   zel::PrepareDesktopApplication();
+  useIcon();
 
   auto window = std::make_unique<zel::frmMain>();
   window->AdoptPrevInstance(std::move(instance));

@@ -1144,9 +1144,12 @@ class ButtonAccessible final : public QAccessibleWidget {
     return names + QAccessibleWidget::actionNames();
   }
 
+  // The click runs after the action has returned: a screen reader waits for
+  // its answer, and a click that opens a dialog or a question would keep it
+  // waiting, with no way to drive them, for as long as they stood.
   void doAction(const QString& name) override {
     if (name == pressAction() || name == toggleAction() || name == showMenuAction())
-      Button()->ClickIt();
+      QMetaObject::invokeMethod(Button(), &ctlButton::ClickIt, Qt::QueuedConnection);
     else
       QAccessibleWidget::doAction(name);
   }

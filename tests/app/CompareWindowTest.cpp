@@ -9,12 +9,12 @@
 #include "jobs/Strings.h"
 #include "player/PlayerPair.h"
 #include "player/ctlDSPlayer.h"
+#include "player/PlayerWait.h"
 #include "support/TestSupport.h"
 
 #include <QAccessible>
 #include <QAccessibleValueInterface>
 #include <QApplication>
-#include <QElapsedTimer>
 #include <QFileInfo>
 #include <QTest>
 
@@ -24,6 +24,8 @@
 
 namespace zel {
 namespace {
+
+using test::WaitFor;
 
 TEST(PlaceCompareTest, EachLayoutGivesBothPicturesOneSize) {
   const QRect area(10, 20, 800, 500);
@@ -96,16 +98,6 @@ class CompareWindowTest : public ::testing::Test {
     window->resize(900, 500);
     window->show();
     ASSERT_TRUE(window->Open(Q(source_), Q(output_)));
-  }
-
-  static bool WaitFor(const std::function<bool()>& done, int ms = 5000) {
-    QElapsedTimer clock;
-    clock.start();
-    while (!done()) {
-      if (clock.elapsed() > ms) return false;
-      QTest::qWait(5);
-    }
-    return true;
   }
 
   static inline test::TempDir* dir_ = nullptr;

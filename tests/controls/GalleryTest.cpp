@@ -85,6 +85,7 @@ TEST_F(Gallery, AccessibilityTreeNamesTheControlsAndPressReachesTheHandler) {
   ASSERT_NE(start, nullptr);
   ASSERT_NE(start->actionInterface(), nullptr);
   start->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+  QApplication::processEvents();
   EXPECT_EQ(window.EventLabel()->Caption(), "最近事件：开始");
 }
 
