@@ -37,14 +37,18 @@ std::string KaraokeScript(const KaraokeInput& input, bool withLyrics, bool avsEn
 // The plug-in's picture list: the count, then each path and a transition effect
 // drawn from 1 to 310 without repeats (`random` gives numbers for the draw).
 std::string KaraokePictureList(const std::vector<std::string>& pictures, const std::function<unsigned()>& random);
+// The draw alone, one number per picture; and the list of drawn numbers.
+std::vector<int> KaraokeEffects(size_t count, const std::function<unsigned()>& random);
+std::string KaraokePictureList(const std::vector<std::string>& pictures, const std::vector<int>& effects);
 
 // The lyrics' conversion as the job runs it, from the KTV settings.
 SubtitleArguments KaraokeLyricArguments(const KaraokeInput& input, const SettingReader& read);
 
 // Writes the three scratch files (the lyrics through the engine's converter) and,
 // with `keepFolder` set, copies them there. False when the script or the list
-// could not be written.
+// could not be written. `effects`, when given, receives the list's numbers.
 bool WriteKaraokeJob(FFmpegX& engine, const KaraokeInput& input, const SettingReader& read,
-                     const std::function<unsigned()>& random, const std::string& keepFolder = {});
+                     const std::function<unsigned()>& random, const std::string& keepFolder = {},
+                     std::vector<int>* effects = nullptr);
 
 }  // namespace zel

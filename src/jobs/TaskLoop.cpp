@@ -14,6 +14,7 @@
 #include "jobs/DiagnosticsLog.h"
 #include "jobs/FileIntake.h"
 #include "jobs/FormatCatalogue.h"
+#include "jobs/KaraokeGraph.h"
 #include "jobs/KaraokeJob.h"
 #include "jobs/DirectJobs.h"
 #include "jobs/ListboxModel.h"
@@ -256,15 +257,21 @@ void TaskLoop::RunKaraokeJob() {
   ++jobsStarted_;
   std::random_device seed;
   std::mt19937 random(seed());
-  WriteKaraokeJob(engine_, input, read_, [&random] { return static_cast<unsigned>(random()); });
-  // The script is read through AviSynth and its plug-ins; without them the tool
-  // would fail on it, so the run says why instead.
-  if (!aviSynthUsable) {
-    info_.Add(StrErrorOccurred, MsgNoAviSynth);
-    return;
+  std::vector<int> effects;
+  WriteKaraokeJob(engine_, input, read_, [&random] { return static_cast<unsigned>(random()); }, {}, &effects);
+  if (aviSynthUsable) {
+    engine_.CustomFileName = "MV_" + BaseNameOf(music);
+    engine_.SetFilename(input.scriptPath);
+  } else {
+    // Without AviSynth the same video is composed by FFmpeg from the pictures,
+    // the music and the lyrics' SubStation file.
+    if (input.pictures.empty()) {
+      info_.Add(StrErrorOccurred, StrNoKaraokePictures);
+      return;
+    }
+    SetKaraokeGraphRun(engine_, tools.ffmpeg, input, effects, !input.lyricPath.empty() && FileExists(input.ssaPath));
+    Log(std::string(StrLogKaraokeGraph) + engine_.CommandLine);
   }
-  engine_.CustomFileName = "MV_" + BaseNameOf(music);
-  engine_.SetFilename(input.scriptPath);
   StartEngine();
 }
 
