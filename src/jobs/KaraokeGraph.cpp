@@ -15,7 +15,7 @@ namespace {
 
 // The background video runs at the NTSC rate the script converts it to.
 constexpr double kVideoRate = 29.97;
-constexpr std::string_view kVideoRateText = "30000/1001";
+constexpr std::string_view kVideoRateText = "29.97";
 
 // Every transition xfade offers but "custom", which needs expressions of its own.
 constexpr std::array<std::string_view, 45> kTransitions = {

@@ -254,11 +254,12 @@ void TaskLoop::RunKaraokeJob() {
   for (int i = 0; i < tasks_.ListCount(); ++i) {
     if (SourceKindOf(tasks_.PathFromIndex(i)) == SourceKind::Image) input.pictures.push_back(tasks_.PathFromIndex(i));
   }
-  ++jobsStarted_;
   std::random_device seed;
   std::mt19937 random(seed());
   std::vector<int> effects;
   WriteKaraokeJob(engine_, input, read_, [&random] { return static_cast<unsigned>(random()); }, {}, &effects);
+  PreparePart(engine_, ConversionTask{music, read_("OutputFolder"), formatName_, engine_.Core(), aviSynthUsable}, read_,
+              0, 1, 0, 0);
   if (aviSynthUsable) {
     engine_.CustomFileName = "MV_" + BaseNameOf(music);
     engine_.SetFilename(input.scriptPath);
@@ -266,6 +267,7 @@ void TaskLoop::RunKaraokeJob() {
     // Without AviSynth the same video is composed by FFmpeg from the pictures,
     // the music and the lyrics' SubStation file.
     if (input.pictures.empty()) {
+      ++jobsStarted_;
       info_.Add(StrErrorOccurred, StrNoKaraokePictures);
       return;
     }
