@@ -257,6 +257,8 @@ void TaskLoop::RunKaraokeJob() {
   std::random_device seed;
   std::mt19937 random(seed());
   std::vector<int> effects;
+  // Lyrics that fail to convert must not leave the job before's in their place.
+  DeleteFile(input.ssaPath);
   WriteKaraokeJob(engine_, input, read_, [&random] { return static_cast<unsigned>(random()); }, {}, &effects);
   PreparePart(engine_, ConversionTask{music, read_("OutputFolder"), formatName_, engine_.Core(), aviSynthUsable}, read_,
               0, 1, 0, 0);
