@@ -86,6 +86,9 @@ int Karaoke(const Args& arguments) {
   input.listPath = scratch + ".lst";
   input.ssaPath = scratch + ".ssa";
   std::mt19937 random(std::random_device{}());
+  // With AviSynth the script is the video's source, read the right way up.
+  const bool viaScript = !outputFolder.empty() && FFmpegX::AviSynthInstalled();
+  engine.AVSEnabled = viaScript;
   std::vector<int> effects;
   const bool written = WriteKaraokeJob(
       engine, input, [](std::string_view key) { return ReadSetting(key); },
@@ -96,8 +99,7 @@ int Karaoke(const Args& arguments) {
   } else if (!outputFolder.empty()) {
     engine.SetOutputDir(outputFolder);
     engine.SetForceFormat(format);
-    if (FFmpegX::AviSynthInstalled()) {
-      engine.AVSEnabled = true;
+    if (viaScript) {
       engine.CustomFileName = "MV_" + BaseNameOf(input.musicPath);
       engine.SetFilename(input.scriptPath);
     } else {

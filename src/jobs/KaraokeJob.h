@@ -1,6 +1,7 @@
 // The karaoke video job: an AviSynth script that shows pictures (or a video) to a
 // piece of music, the picture list of the slide-show plug-in, and the lyrics as
-// SubStation with the karaoke effect. The engine then converts the script.
+// SubStation with the karaoke effect. With AviSynth the engine converts the
+// script; without it the same video is composed by FFmpeg (KaraokeGraph.h).
 #pragma once
 
 #include <functional>
