@@ -1,5 +1,6 @@
-// zel-cli karaoke: the script, picture list and lyrics a karaoke video job would
-// write for a music file and pictures, printed and not run.
+// zel-cli karaoke: the karaoke video of a music file and pictures, made as the
+// task loop makes it; without an output folder, the script, picture list and
+// lyrics the job would write, printed and not run.
 #include <unistd.h>
 
 #include <cstdio>
@@ -7,6 +8,8 @@
 
 #include "cli/CliHost.h"
 #include "engine/FFmpegX.h"
+#include "cli/CliVerbs.h"
+#include "jobs/KaraokeGraph.h"
 #include "jobs/KaraokeJob.h"
 #include "jobs/MainState.h"
 #include "jobs/Settings.h"
@@ -29,6 +32,7 @@ int Karaoke(const Args& arguments) {
   Args args = arguments;
   CliHost host(TakeYes(args));
   KaraokeInput input;
+  std::string outputFolder, format = "mp4";
   bool usage = false;
   for (size_t i = 0; i < args.size() && !usage; ++i) {
     const std::string& arg = args[i];
@@ -39,6 +43,10 @@ int Karaoke(const Args& arguments) {
       input.lyricPath = AbsolutePath(args[++i]);
     } else if (arg == "--video" && value) {
       input.videoPath = AbsolutePath(args[++i]);
+    } else if (arg == "--output" && value) {
+      outputFolder = AbsolutePath(args[++i]);
+    } else if (arg == "--format" && value) {
+      format = LowerAscii(args[++i]);
     } else if (arg == "--fit") {
       input.fitPictures = true;
     } else if (!StartsWith(arg, "-")) {
@@ -48,7 +56,8 @@ int Karaoke(const Args& arguments) {
     }
   }
   if (usage || input.musicPath.empty() || (input.pictures.empty() && input.videoPath.empty())) {
-    std::fprintf(stderr, "usage: zel-cli karaoke --music FILE [--lyrics FILE] [--video FILE] [--fit] PICTURE...\n");
+    std::fprintf(stderr, "usage: zel-cli karaoke --music FILE [--lyrics FILE] [--video FILE] [--fit] [--output DIR [--format NAME]] "
+                 "PICTURE...\n");
     return 2;
   }
   FFmpegX engine;
@@ -58,6 +67,10 @@ int Karaoke(const Args& arguments) {
       std::fprintf(stderr, "zel-cli: no such file: %s\n", path->c_str());
       return 1;
     }
+  }
+  if (!outputFolder.empty() && !DirectoryExists(outputFolder)) {
+    std::fprintf(stderr, "zel-cli: %s\n", std::string(MsgNoSuchOutputPath).c_str());
+    return 1;
   }
   engine.SetFilename(input.musicPath);
   input.durationSeconds = RoundedOrZero(engine.Duration());
@@ -73,18 +86,35 @@ int Karaoke(const Args& arguments) {
   input.listPath = scratch + ".lst";
   input.ssaPath = scratch + ".ssa";
   std::mt19937 random(std::random_device{}());
+  // With AviSynth the script is the video's source, read the right way up.
+  const bool viaScript = !outputFolder.empty() && FFmpegX::AviSynthInstalled();
+  engine.AVSEnabled = viaScript;
+  std::vector<int> effects;
   const bool written = WriteKaraokeJob(
       engine, input, [](std::string_view key) { return ReadSetting(key); },
-      [&random] { return static_cast<unsigned>(random()); });
-  if (written) {
+      [&random] { return static_cast<unsigned>(random()); }, {}, &effects);
+  int result = written ? 0 : 1;
+  if (!written) {
+    std::fprintf(stderr, "zel-cli: %s\n", std::string(MsgCannotCreateFile).c_str());
+  } else if (!outputFolder.empty()) {
+    engine.SetOutputDir(outputFolder);
+    engine.SetForceFormat(format);
+    if (viaScript) {
+      engine.CustomFileName = "MV_" + BaseNameOf(input.musicPath);
+      engine.SetFilename(input.scriptPath);
+    } else {
+      SetKaraokeGraphRun(engine, Shared().ToolFfmpeg, input, effects,
+                         !input.lyricPath.empty() && FileExists(input.ssaPath));
+    }
+    engine.Refresh = true;
+    result = RunEngineJob(engine);
+  } else {
     PrintFile("script", input.scriptPath);
     PrintFile("list", input.listPath);
     if (FileExists(input.ssaPath)) PrintFile("lyrics", input.ssaPath);
-  } else {
-    std::fprintf(stderr, "zel-cli: %s\n", std::string(MsgCannotCreateFile).c_str());
   }
   for (const char* suffix : {"", ".avs", ".lst", ".ssa"}) DeleteFile(scratch + suffix);
-  return written ? 0 : 1;
+  return result;
 }
 
 }  // namespace zel::cli

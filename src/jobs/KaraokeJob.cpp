@@ -100,18 +100,29 @@ std::string KaraokeScript(const KaraokeInput& in, bool withLyrics, bool avsEnabl
   return script.Text();
 }
 
-std::string KaraokePictureList(const std::vector<std::string>& pictures, const std::function<unsigned()>& random) {
-  std::vector<int> effects;
-  std::string list = std::to_string(pictures.size()) + "\r\n";
-  for (const std::string& picture : pictures) {
-    if (effects.empty()) {
-      for (int n = 1; n <= kTransitionEffects; ++n) effects.push_back(n);
+std::vector<int> KaraokeEffects(size_t count, const std::function<unsigned()>& random) {
+  std::vector<int> left, drawn;
+  for (size_t i = 0; i < count; ++i) {
+    if (left.empty()) {
+      for (int n = 1; n <= kTransitionEffects; ++n) left.push_back(n);
     }
-    const size_t at = random() % effects.size();
-    list += picture + "\r\n" + std::to_string(effects[at]) + "\r\n";
-    effects.erase(effects.begin() + static_cast<std::ptrdiff_t>(at));
+    const size_t at = random() % left.size();
+    drawn.push_back(left[at]);
+    left.erase(left.begin() + static_cast<std::ptrdiff_t>(at));
+  }
+  return drawn;
+}
+
+std::string KaraokePictureList(const std::vector<std::string>& pictures, const std::vector<int>& effects) {
+  std::string list = std::to_string(pictures.size()) + "\r\n";
+  for (size_t i = 0; i < pictures.size(); ++i) {
+    list += pictures[i] + "\r\n" + std::to_string(i < effects.size() ? effects[i] : 1) + "\r\n";
   }
   return list;
+}
+
+std::string KaraokePictureList(const std::vector<std::string>& pictures, const std::function<unsigned()>& random) {
+  return KaraokePictureList(pictures, KaraokeEffects(pictures.size(), random));
 }
 
 SubtitleArguments KaraokeLyricArguments(const KaraokeInput& in, const SettingReader& read) {
@@ -143,16 +154,19 @@ SubtitleArguments KaraokeLyricArguments(const KaraokeInput& in, const SettingRea
 }
 
 bool WriteKaraokeJob(FFmpegX& engine, const KaraokeInput& in, const SettingReader& read,
-                     const std::function<unsigned()>& random, const std::string& keepFolder) {
+                     const std::function<unsigned()>& random, const std::string& keepFolder,
+                     std::vector<int>* effects) {
   const bool lyrics = !in.lyricPath.empty();
   if (lyrics) {
     engine.SubtitleEncodeFormat = SubtitleEncodingNumber(read("SubtitleEncodeFormat"));
     engine.ConvertSubtitle({in.lyricPath}, KaraokeLyricArguments(in, read));
   }
+  const std::vector<int> drawn = KaraokeEffects(in.pictures.size(), random);
+  if (effects != nullptr) *effects = drawn;
   // Both scratch files are written in the ANSI page, as the plug-ins read them.
   const bool written =
       WriteFileAtomic(in.scriptPath, EncodeAnsi(KaraokeScript(in, lyrics, engine.AVSEnabled))) &&
-      WriteFileAtomic(in.listPath, EncodeAnsi(KaraokePictureList(in.pictures, random)));
+      WriteFileAtomic(in.listPath, EncodeAnsi(KaraokePictureList(in.pictures, drawn)));
   if (written && !keepFolder.empty()) {
     for (const std::string* path : {&in.scriptPath, &in.listPath, &in.ssaPath}) CopyBeside(*path, keepFolder);
   }

@@ -1,6 +1,7 @@
 // The karaoke video job: an AviSynth script that shows pictures (or a video) to a
 // piece of music, the picture list of the slide-show plug-in, and the lyrics as
-// SubStation with the karaoke effect. The engine then converts the script.
+// SubStation with the karaoke effect. With AviSynth the engine converts the
+// script; without it the same video is composed by FFmpeg (KaraokeGraph.h).
 #pragma once
 
 #include <functional>
@@ -37,14 +38,18 @@ std::string KaraokeScript(const KaraokeInput& input, bool withLyrics, bool avsEn
 // The plug-in's picture list: the count, then each path and a transition effect
 // drawn from 1 to 310 without repeats (`random` gives numbers for the draw).
 std::string KaraokePictureList(const std::vector<std::string>& pictures, const std::function<unsigned()>& random);
+// The draw alone, one number per picture; and the list of drawn numbers.
+std::vector<int> KaraokeEffects(size_t count, const std::function<unsigned()>& random);
+std::string KaraokePictureList(const std::vector<std::string>& pictures, const std::vector<int>& effects);
 
 // The lyrics' conversion as the job runs it, from the KTV settings.
 SubtitleArguments KaraokeLyricArguments(const KaraokeInput& input, const SettingReader& read);
 
 // Writes the three scratch files (the lyrics through the engine's converter) and,
 // with `keepFolder` set, copies them there. False when the script or the list
-// could not be written.
+// could not be written. `effects`, when given, receives the list's numbers.
 bool WriteKaraokeJob(FFmpegX& engine, const KaraokeInput& input, const SettingReader& read,
-                     const std::function<unsigned()>& random, const std::string& keepFolder = {});
+                     const std::function<unsigned()>& random, const std::string& keepFolder = {},
+                     std::vector<int>* effects = nullptr);
 
 }  // namespace zel

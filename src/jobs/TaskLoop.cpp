@@ -14,6 +14,7 @@
 #include "jobs/DiagnosticsLog.h"
 #include "jobs/FileIntake.h"
 #include "jobs/FormatCatalogue.h"
+#include "jobs/KaraokeGraph.h"
 #include "jobs/KaraokeJob.h"
 #include "jobs/DirectJobs.h"
 #include "jobs/ListboxModel.h"
@@ -253,18 +254,28 @@ void TaskLoop::RunKaraokeJob() {
   for (int i = 0; i < tasks_.ListCount(); ++i) {
     if (SourceKindOf(tasks_.PathFromIndex(i)) == SourceKind::Image) input.pictures.push_back(tasks_.PathFromIndex(i));
   }
-  ++jobsStarted_;
   std::random_device seed;
   std::mt19937 random(seed());
-  WriteKaraokeJob(engine_, input, read_, [&random] { return static_cast<unsigned>(random()); });
-  // The script is read through AviSynth and its plug-ins; without them the tool
-  // would fail on it, so the run says why instead.
-  if (!aviSynthUsable) {
-    info_.Add(StrErrorOccurred, MsgNoAviSynth);
-    return;
+  std::vector<int> effects;
+  // Lyrics that fail to convert must not leave the job before's in their place.
+  DeleteFile(input.ssaPath);
+  WriteKaraokeJob(engine_, input, read_, [&random] { return static_cast<unsigned>(random()); }, {}, &effects);
+  PreparePart(engine_, ConversionTask{music, read_("OutputFolder"), formatName_, engine_.Core(), aviSynthUsable}, read_,
+              0, 1, 0, 0);
+  if (aviSynthUsable) {
+    engine_.CustomFileName = "MV_" + BaseNameOf(music);
+    engine_.SetFilename(input.scriptPath);
+  } else {
+    // Without AviSynth the same video is composed by FFmpeg from the pictures,
+    // the music and the lyrics' SubStation file.
+    if (input.pictures.empty()) {
+      ++jobsStarted_;
+      info_.Add(StrErrorOccurred, StrNoKaraokePictures);
+      return;
+    }
+    SetKaraokeGraphRun(engine_, tools.ffmpeg, input, effects, !input.lyricPath.empty() && FileExists(input.ssaPath));
+    Log(std::string(StrLogKaraokeGraph) + engine_.CommandLine);
   }
-  engine_.CustomFileName = "MV_" + BaseNameOf(music);
-  engine_.SetFilename(input.scriptPath);
   StartEngine();
 }
 

@@ -234,7 +234,6 @@ bool CheckTasks(const ListboxModel& tasks, const SettingReader& read, InfoList& 
     }
     if (context.karaokeJob) {
       if (!FileExists(read("KTVMusicFileName"))) say(StrInfoProblem, StrNeedMusicFile);
-      if (!context.aviSynthUsable) say(StrInfoProblem, StrNoAviSynthSupport);
     }
   }
 

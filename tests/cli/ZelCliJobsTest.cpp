@@ -73,5 +73,27 @@ TEST_F(ZelCliJobs, ProfilesAreListedShownAppliedSavedAndLoaded) {
   EXPECT_EQ(Out({"settings", "get", "OutputMode"}), mode + "\n");
 }
 
+
+// The karaoke video with a background video in place of pictures: the video
+// repeats to the music's length in whole frames at 29.97, at the stored size.
+TEST_F(ZelCliJobs, KaraokeMakesTheVideoIntoTheOutputFolder) {
+  MakeClip(dir / "bg.mp4", 1);
+  ASSERT_EQ(test::Run({ToolPath("ffmpeg"), "-v", "error", "-y", "-f", "lavfi", "-i", "sine=duration=3", dir / "song.mp3"})
+                .exitCode,
+            0);
+  MakedPath(dir / "out");
+  const RunResult run = RunCli({"karaoke", "--music", dir / "song.mp3", "--video", dir / "bg.mp4", "--output",
+                                dir / "out", "--format", "mkv"});
+  ASSERT_EQ(run.exitCode, 0) << run.output;
+  const std::string video = dir / "out/MV_song.MKV";
+  const RunResult probe = test::Run({ToolPath("ffprobe"), "-v", "error", "-show_entries",
+                               "format=duration:stream=width,height,r_frame_rate", "-of", "csv=p=0", video});
+  const std::vector<std::string> lines = ReadLines(probe.output);
+  ASSERT_GE(lines.size(), 2u) << probe.output;
+  EXPECT_EQ(lines[0], "320,240,2997/100");
+  EXPECT_NEAR(Val(lines.back()), 3, 0.1);
+  EXPECT_EQ(RunCli({"karaoke", "--music", dir / "song.mp3", "--output", dir / "none", dir / "a.png"}).exitCode, 1);
+}
+
 }  // namespace
 }  // namespace zel::test

@@ -294,26 +294,38 @@ TEST_F(TaskLoopTest, EachFinishActionGoesToTheHost) {
   EXPECT_TRUE(host.actions.empty());
 }
 
-// The karaoke product runs one job for the whole list: its script needs
-// AviSynth, which this system lacks, and the run says so instead of failing in
-// the tool.
+// The karaoke product runs one job for the whole list. Without AviSynth its
+// video is composed by FFmpeg: the pictures of the list over the whole music.
 TEST_F(TaskLoopTest, KaraokeJobTakesTheWholeListOnce) {
   ASSERT_EQ(test::Run({ToolPath("ffmpeg"), "-v", "error", "-nostdin", "-y", "-f", "lavfi", "-i", "sine=duration=3",
                  dir / "music.mp3"})
                 .exitCode,
             0);
   for (const char* name : {"a.jpg", "b.png"}) {
-    ASSERT_TRUE(WriteFileAtomic(dir / name, "x"));
+    ASSERT_EQ(test::Run({ToolPath("ffmpeg"), "-v", "error", "-y", "-f", "lavfi", "-i", "color=red:s=64x48",
+                         "-frames:v", "1", dir / name})
+                  .exitCode,
+              0);
     tasks.AddItem(name, name, "", "|||", dir / name);
   }
   values["KTVMusicFileName"] = dir / "music.mp3";
   values["OutputMode"] = "MP4";
+  values["VideoSize"] = "160x120";
   TaskLoop loop(engine, tasks, host, Reader());
+  loop.tools.ffmpeg = ToolPath("ffmpeg");
   loop.karaokeProduct = true;
   loop.RunTasks();
   EXPECT_EQ(loop.JobsStarted(), 1);
-  EXPECT_EQ(Count("发生错误 | 启用但没有安装 AviSynth!"), 1);
-  EXPECT_NEAR(engine.Duration(), 3, 0.1);  // the music was the source probed
+  EXPECT_EQ(engine.Status(), kStatusComplete) << engine.CommandLine;
+  EXPECT_EQ(engine.OutputFileName(), dir / "out/MV_music.MP4");
+  // Two pictures of 4 + 3 s outlast 3 s of music: the music repeats under them.
+  const test::RunResult probe = test::Run({ToolPath("ffprobe"), "-v", "error", "-show_entries",
+                                           "format=duration:stream=width,height", "-of", "csv=p=0",
+                                           engine.OutputFileName()});
+  const std::vector<std::string> lines = ReadLines(probe.output);
+  ASSERT_GE(lines.size(), 2u) << probe.output;
+  EXPECT_EQ(lines[0], "160,120");
+  EXPECT_NEAR(Val(lines.back()), 11, 0.2);
 }
 
 }  // namespace
