@@ -353,6 +353,29 @@ TEST_F(FilterGraphRunTest, ThePictureIsTurnedCutMirroredAndCovered) {
          EXPECT_TRUE(Near(Pixel(out, 0.4, 80, 60), {0, 0, 255})) << Pixel(out, 0.4, 80, 60);
          EXPECT_FALSE(Near(Pixel(out, 2.6, 80, 60), {0, 0, 255}));
        }},
+      {"a still dissolves in and out inside the video",
+       [](FFmpegX& e, const test::TempDir& d) {
+         Generate({"-f", "lavfi", "-i", "color=c=blue:size=80x60", "-frames:v", "1", d / "still.png"});
+         e.AVSInsertImage = true;
+         e.AVSInsertImageFileName = d / "still.png";
+         e.AVSInsertImageTime = 3;
+         e.AVSInsertImagePosition = 50;
+       },
+       [](const std::string& out) {
+         EXPECT_NEAR(Seconds(out), 3.0, 0.15);  // 1 s, 3 s of the still, 1 s, less two dissolves
+         EXPECT_FALSE(Near(Pixel(out, 0.2, 80, 60), {0, 0, 255}));
+         EXPECT_TRUE(Near(Pixel(out, 1.5, 80, 60), {0, 0, 255})) << Pixel(out, 1.5, 80, 60);
+         EXPECT_FALSE(Near(Pixel(out, 2.9, 80, 60), {0, 0, 255}));
+       }},
+      {"two sources are joined",
+       [](FFmpegX& e, const test::TempDir& d) {
+         e.SetFilename(d / "clip.mp4|" + (d / "clip.mp4"));
+         e.AVSVideoRotate = 270;
+       },
+       [](const std::string& out) {
+         EXPECT_NEAR(Seconds(out), 4.0, 0.15);
+         EXPECT_EQ(Probe(out, "stream=width,height"), "120,160");
+       }},
       {"a clip dissolves in after the video",
        [](FFmpegX& e, const test::TempDir& d) {
          Generate({"-f", "lavfi", "-i", "color=c=green:size=80x60:rate=30:duration=2", "-f", "lavfi", "-i",
