@@ -283,7 +283,8 @@ void FFmpegX::RaiseProgress(bool finished) {
 
 void FFmpegX::DeleteScratchFiles() const {
   if (scratchFile_.empty()) return;
-  for (const char* suffix : {".avs", "1.ssa", "2.ssa", "3.ssa"}) {
+  // "3.ass" is the texts' file as libass reads it, for a filter graph.
+  for (const char* suffix : {".avs", "1.ssa", "2.ssa", "3.ssa", "3.ass"}) {
     const std::string path = scratchFile_ + suffix;
     if (FileExists(path)) zel::DeleteFile(path);
   }

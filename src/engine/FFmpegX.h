@@ -449,6 +449,10 @@ class FFmpegX {
   // several joined by "|") resized to `width` by `height` when both are above 0.
   // Reads the AVS properties and the subtitle files of the last composed script.
   FilterGraph ComposeFilterGraph(const std::string& source, int width, int height, const SourceFacts& facts) const;
+  // The texts' numbered file, whose entries carry override tags that FFmpeg's
+  // own reader of numbered text drops, as a SubStation Alpha file with the tags
+  // kept, on the frame that numbered text is drawn on.
+  static std::string TextOverlayAsSubStation(std::string_view numberedText);
   // A text as one value of a filter's option inside a graph: escaped for the
   // option list, then for the graph.
   static std::string FilterGraphValue(std::string_view text);

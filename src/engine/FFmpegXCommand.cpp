@@ -205,6 +205,14 @@ std::string FFmpegX::BuildCommand(int pass, int rotate, const std::string& extra
     if (AVSAudioReplace && FileExists(AVSAudioReplaceFileName)) {
       facts.musicChannels = channelsOf(ReadMedia(AVSAudioReplaceFileName).text);
     }
+    // The texts' file goes to libass with its override tags intact.
+    const std::string texts = scratchFile_ + "3.ssa";
+    for (std::string& subtitle : scriptSubtitles_) {
+      if (subtitle != texts) continue;
+      if (WriteFileAtomic(scratchFile_ + "3.ass", TextOverlayAsSubStation(ReadText(texts)))) {
+        subtitle = scratchFile_ + "3.ass";
+      }
+    }
     // Only a size asked for is applied; the turn alone gives the swapped size.
     const bool sized = !scaleText.empty();
     const bool sideways = AVSVideoRotate == 90 || AVSVideoRotate == 270;

@@ -81,6 +81,44 @@ class GraphBuilder {
 
 }  // namespace
 
+std::string FFmpegX::TextOverlayAsSubStation(std::string_view numberedText) {
+  // "00:00:05,000" as "0:00:05.00".
+  auto time = [](std::string_view text) {
+    const std::vector<double> parts = Numbers(ReplaceAll(Trim(text), ",", ":"), ":", 4);
+    char buffer[32];
+    std::snprintf(buffer, sizeof buffer, "%d:%02d:%02d.%02d", static_cast<int>(parts[0]), static_cast<int>(parts[1]),
+                  static_cast<int>(parts[2]), static_cast<int>(parts[3]) / 10);
+    return std::string(buffer);
+  };
+  std::string text =
+      "[Script Info]\r\nScriptType: v4.00+\r\nPlayResX: 384\r\nPlayResY: 288\r\n\r\n[V4+ Styles]\r\n"
+      "Format: Name, Fontname, Fontsize, PrimaryColour, SecondaryColour, OutlineColour, BackColour, Bold, Italic, "
+      "Underline, StrikeOut, ScaleX, ScaleY, Spacing, Angle, BorderStyle, Outline, Shadow, Alignment, MarginL, "
+      "MarginR, MarginV, Encoding\r\n"
+      "Style: Default,Arial,18,&H00FFFFFF,&H00FFFFFF,&H00000000,&H00000000,0,0,0,0,100,100,0,0,1,2,0,2,10,10,10,1"
+      "\r\n\r\n[Events]\r\nFormat: Layer, Start, End, Style, Name, MarginL, MarginR, MarginV, Effect, Text\r\n";
+  std::string from, to, lines;
+  auto flush = [&] {
+    if (!from.empty()) text += "Dialogue: 0," + from + "," + to + ",Default,,0,0,0,," + lines + "\r\n";
+    from.clear();
+    lines.clear();
+  };
+  for (std::string_view line : SplitLines(numberedText, LastLine::KeepIfNotEmpty)) {
+    const size_t arrow = line.find("-->");
+    if (arrow != std::string_view::npos) {
+      flush();
+      from = time(line.substr(0, arrow));
+      to = time(line.substr(arrow + 3));
+    } else if (Trim(line).empty()) {
+      flush();
+    } else if (!from.empty()) {
+      lines += (lines.empty() ? "" : "\\N") + std::string(line);
+    }
+  }
+  flush();
+  return text;
+}
+
 std::string FFmpegX::FilterGraphValue(std::string_view text) {
   std::string option;
   for (char c : text) {

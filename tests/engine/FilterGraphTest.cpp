@@ -199,6 +199,16 @@ TEST_F(FilterGraphTest, SeveralSourcesAreJoinedAndTheUsersLinesLeftOut) {
   EXPECT_EQ(e.ComposeFilterGraph(dir / "a.mp4", 0, 0, facts).audio, "");
 }
 
+TEST(FilterGraphValue, TheTextsKeepTheirTagsForLibass) {
+  const std::string text = FFmpegX::TextOverlayAsSubStation(
+      "0\r\n00:00:05,000 --> 01:02:03,450\r\n{\\b1\\an9}Logo\\Nline\r\n\r\n"
+      "0\r\n00:00:00,000 --> 00:00:15,000\r\n{\\fad(300,300)}Title\r\n\r\n");
+  EXPECT_TRUE(Contains(text, "PlayResX: 384\r\nPlayResY: 288\r\n")) << text;
+  EXPECT_TRUE(Contains(text, "Text\r\nDialogue: 0,0:00:05.00,1:02:03.45,Default,,0,0,0,,{\\b1\\an9}Logo\\Nline\r\n"
+                             "Dialogue: 0,0:00:00.00,0:00:15.00,Default,,0,0,0,,{\\fad(300,300)}Title\r\n"))
+      << text;
+}
+
 TEST(FilterGraphValue, EscapesForTheOptionThenForTheGraph) {
   const std::pair<std::string, std::string> cases[] = {
       {"/a/b.srt", "/a/b.srt"},       {"it's", R"(it\\\'s)"},   {"c:/x", R"(c\\:/x)"},
@@ -340,6 +350,19 @@ TEST_F(FilterGraphRunTest, ThePictureIsTurnedCutMirroredAndCovered) {
        },
        [](const std::string& out) {
          EXPECT_TRUE(Near(Pixel(out, 0.5, 20, 20), {255, 0, 0})) << Pixel(out, 0.5, 20, 20);
+       }},
+      {"the logo text is drawn with its tags",
+       [](FFmpegX& e, const test::TempDir&) {
+         e.AVSSubtitleEnableLogo = true;
+         e.AVSSubtitleStringLogo = "\u2588\u2588\u2588";  // full blocks
+         e.AVSSubtitleTimeStartLogo = "00:00:00,000";
+         e.AVSSubtitleTimeEndLogo = "00:00:05,000";
+         e.AVSSubtitleColorLogo = "0000FF";  // red in the system's byte order
+         e.AVSSubtitleAlignLogo = 5;
+         e.AVSSubtitleFontLogo = "DejaVu Sans, 100, False, False, 0";
+       },
+       [](const std::string& out) {
+         EXPECT_TRUE(Near(Pixel(out, 1.0, 80, 60), {255, 0, 0})) << Pixel(out, 1.0, 80, 60);
        }},
       {"a still dissolves in before the video",
        [](FFmpegX& e, const test::TempDir& d) {
