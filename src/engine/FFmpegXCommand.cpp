@@ -174,7 +174,8 @@ std::string FFmpegX::BuildCommand(int pass, int rotate, const std::string& extra
     // for the subtitle files it prepares.
     GenerateScript(filename_, ScriptPath(), targetWidth_, targetHeight_);
     graphInForce_ = !AVSThroughAviSynth && coreStatus_ == kCoreFFmpeg;
-    sourceInUse_ = graphInForce_ ? first : ScriptPath();
+    // MEncoder has no graph of this kind: without AviSynth it reads the source plainly.
+    sourceInUse_ = AVSThroughAviSynth ? ScriptPath() : first;
   } else {
     sourceInUse_ = first;
   }
