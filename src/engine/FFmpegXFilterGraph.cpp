@@ -29,6 +29,12 @@ std::string Join(const std::vector<std::string>& parts, std::string_view separat
   return joined;
 }
 
+// A chain of filters; a stream that passes unchanged still needs one.
+std::string Chain(const std::vector<std::string>& filters, std::string_view none) {
+  const std::string chain = Join(filters, ",");
+  return chain.empty() ? std::string(none) : chain;
+}
+
 // The leading numbers of a list such as "0,0,-0,-0"; missing ones are 0.
 std::vector<double> Numbers(std::string_view text, std::string_view delimiter, size_t count) {
   std::vector<double> numbers(count, 0.0);
@@ -177,13 +183,13 @@ FFmpegX::FilterGraph FFmpegX::ComposeFilterGraph(const std::string& source, int 
                         ":flags=lanczos,setsar=1");
     }
     filters.emplace_back(turn);
-    const std::string v = graph.Apply("[" + index + ":v]", Join(filters, ",").empty() ? "null" : Join(filters, ","), 'v');
+    const std::string v = graph.Apply("[" + index + ":v]", Chain(filters, "null"), 'v');
     std::string a;
     if (sound) {
       std::vector<std::string> sounds;
       if (trimmed) sounds.push_back("atrim=start=" + Number(start) + ":end=" + Number(end) + ",asetpts=PTS-STARTPTS");
       if (joined) sounds.push_back("aresample=" + std::to_string(sampleRate) + ",aformat=channel_layouts=" + layout);
-      a = graph.Apply("[" + index + ":a]", Join(sounds, ",").empty() ? "anull" : Join(sounds, ","), 'a');
+      a = graph.Apply("[" + index + ":a]", Chain(sounds, "anull"), 'a');
     }
     video = v;
     audio = a;

@@ -243,10 +243,9 @@ Rgb Pixel(const std::string& path, double seconds, int x, int y) {
 }
 
 std::string Probe(const std::string& path, const std::string& entries) {
-  return ReplaceAll(test::Run({test::ToolPath("ffprobe"), "-v", "error", "-select_streams", "v:0", "-show_entries", entries,
-                         "-of", "csv=p=0", path})
-                        .output,
-                    "\n", "");
+  const test::RunResult r = test::Run({test::ToolPath("ffprobe"), "-v", "error", "-select_streams", "v:0",
+                                       "-show_entries", entries, "-of", "csv=p=0", path});
+  return ReplaceAll(r.output, "\n", "");
 }
 
 double Seconds(const std::string& path) {
