@@ -25,6 +25,7 @@ inline constexpr std::string_view MsgFileProblem = "已创建文件存在问题"
 inline constexpr std::string_view MsgCannotResample = "无法重新采样";
 inline constexpr std::string_view MsgCannotCreateFile = "无法正确创建文件";
 inline constexpr std::string_view MsgNoAviSynth = "启用但没有安装 AviSynth!";
+inline constexpr std::string_view MsgUserScriptLeftOut = "没有 AviSynth, 自定义脚本无法执行, 已略过";
 inline constexpr std::string_view MsgUnknownFormat = "未知的输入或输出格式";
 inline constexpr std::string_view MsgResampleChannels = "不支持重新采样声道数大于 2 个的来源";
 inline constexpr std::string_view MsgGrabFailed = "图像获取失败";

@@ -181,7 +181,9 @@ void FFmpegX::StartProcess() {
     Fail(MsgCannotSetCore);
     return;
   }
-  if (AVSEnabled) {
+  // Without AviSynth the script's effects run as a filter graph, its texts
+  // drawn by libass: neither AviSynth nor VSFilter is needed then.
+  if (AVSEnabled && AVSThroughAviSynth) {
     if (!AviSynthInstalled()) {
       Fail(MsgNoAviSynth);
       return;
@@ -220,6 +222,9 @@ void FFmpegX::StartProcess() {
 void FFmpegX::RunPass(int pass) {
   processing_ = true;
   BuildCommand(pass);
+  if (graphInForce_ && filterGraph_.userScriptLeftOut && pass != 2) {
+    RaiseStatusChange(kStatusInfoString, MsgUserScriptLeftOut);
+  }
   // The passes share a statistics file that the tool names itself in its working
   // folder; a folder of the job's own keeps it out of the user's way and apart
   // from other jobs. Only a composed command with whole paths can move there.
@@ -278,7 +283,8 @@ void FFmpegX::RaiseProgress(bool finished) {
 
 void FFmpegX::DeleteScratchFiles() const {
   if (scratchFile_.empty()) return;
-  for (const char* suffix : {".avs", "1.ssa", "2.ssa", "3.ssa"}) {
+  // "3.ass" is the texts' file as libass reads it, for a filter graph.
+  for (const char* suffix : {".avs", "1.ssa", "2.ssa", "3.ssa", "3.ass"}) {
     const std::string path = scratchFile_ + suffix;
     if (FileExists(path)) zel::DeleteFile(path);
   }

@@ -265,6 +265,10 @@ class FFmpegX {
 
   // AviSynth script settings.
   bool AVSEnabled = false;
+  // Whether the tool reads the script through AviSynth; otherwise the same
+  // effects run as an FFmpeg filter graph on the real sources. Hosts set it from
+  // their detection of AviSynth.
+  bool AVSThroughAviSynth = false;
   std::string AVSVSFilterPath;
   bool AVSEnableSubtitle = false;
   bool AVSEnableSubtitleFormat = false;
@@ -413,7 +417,45 @@ class FFmpegX {
     int width = 0, height = 0;
   };
   static TextExtent MeasureText(std::string_view text, double points);
+  // The subtitle files the last composed script burns in, in its order, and its
+  // picture subtitle ("VobSub"), if any.
+  const std::vector<std::string>& ScriptSubtitles() const { return scriptSubtitles_; }
+  const std::string& ScriptPictureSubtitle() const { return scriptPictureSubtitle_; }
   // ---- end of AviSynth script ----
+
+  // ---- The script's effects as an FFmpeg filter graph (FFmpegXFilterGraph.cpp) ----
+  // What the graph needs to know of the first source, as probed.
+  struct SourceFacts {
+    int width = 0, height = 0;
+    double frameRate = 0;       // the source's own rate
+    double duration = 0;        // seconds
+    bool audio = false;         // the sound is wanted and the source has some
+    int sampleRate = 0, channels = 0;
+    double insertDuration = 0;  // seconds of the inserted clip
+    bool insertAudio = false;   // the inserted clip has sound
+    int insertChannels = 0, musicChannels = 0;  // 0 when not known
+  };
+  struct GraphInput {
+    std::vector<std::string> options;  // input options before its "-i"
+    std::string path;
+  };
+  struct FilterGraph {
+    std::vector<GraphInput> inputs;  // after the first source, numbered from 1
+    std::string text;                // for "-filter_complex"
+    std::string video, audio;        // output labels; audio empty without sound
+    bool userScriptLeftOut = false;  // the user's script lines have no graph form
+  };
+  // The graph of the script's steps, in its order, for `source` (one path or
+  // several joined by "|") resized to `width` by `height` when both are above 0.
+  // Reads the AVS properties and the subtitle files of the last composed script.
+  FilterGraph ComposeFilterGraph(const std::string& source, int width, int height, const SourceFacts& facts) const;
+  // The texts' numbered file, whose entries carry override tags that FFmpeg's
+  // own reader of numbered text drops, as a SubStation Alpha file with the tags
+  // kept, on the frame that numbered text is drawn on.
+  static std::string TextOverlayAsSubStation(std::string_view numberedText);
+  // A text as one value of a filter's option inside a graph: escaped for the
+  // option list, then for the graph.
+  static std::string FilterGraphValue(std::string_view text);
 
   // Where the tool log goes: beside the tool, or under the user's state folder
   // when the tool's folder cannot be written.
@@ -449,6 +491,7 @@ class FFmpegX {
   void ReadStreamLine(const std::string& line);
   std::string ComposeFFmpeg(int pass, int rotate, const std::string& extraAudioFile, std::string scaleText);
   std::string ComposeMEncoder(int pass);
+  std::string GraphText() const;
   std::string OutputPathFor(std::string_view extension, bool withSuffixAfter = true) const;
   std::string FirstSource() const;
   void Fail(std::string_view message);
@@ -506,6 +549,10 @@ class FFmpegX {
   // Hidden state of a job.
   std::string scratchFile_;      // made once, removed with the object
   std::string sourceInUse_;      // the first source, or the generated script
+  std::vector<std::string> scriptSubtitles_;
+  std::string scriptPictureSubtitle_;
+  FilterGraph filterGraph_;       // in force when the script's effects run without AviSynth
+  bool graphInForce_ = false;
   std::string toolInput_;        // what the tool reads after "-i"
   std::string commandToRun_;     // the composed command, in the core's own dialect
   int targetWidth_ = 0, targetHeight_ = 0;

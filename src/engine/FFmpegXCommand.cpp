@@ -8,6 +8,7 @@
 #include "engine/CommandLine.h"
 #include "engine/DialectTranslation.h"
 #include "engine/FFmpegX.h"
+#include "engine/MediaInspection.h"
 #include "engine/ProgressText.h"
 
 namespace zel {
@@ -165,16 +166,60 @@ std::string FFmpegX::BuildCommand(int pass, int rotate, const std::string& extra
 
   // ---- What the tool reads, probed again ----
   const std::string first = FirstSource();
+  graphInForce_ = false;
   if (AVSEnabled) {
     DeleteScratchFiles();
-    sourceInUse_ = ScriptPath();
-    // The whole source list: a script joins several sources into one clip.
-    GenerateScript(filename_, sourceInUse_, targetWidth_, targetHeight_);
+    // The whole source list: a script joins several sources into one clip. It is
+    // written even when a filter graph stands in for it, for the test mode and
+    // for the subtitle files it prepares.
+    GenerateScript(filename_, ScriptPath(), targetWidth_, targetHeight_);
+    graphInForce_ = !AVSThroughAviSynth && coreStatus_ == kCoreFFmpeg;
+    // MEncoder has no graph of this kind: without AviSynth it reads the source plainly.
+    sourceInUse_ = AVSThroughAviSynth ? ScriptPath() : first;
   } else {
     sourceInUse_ = first;
   }
   toolInput_ = sourceInUse_;
   ProbeSource(toolInput_);
+  if (graphInForce_) {
+    SourceFacts facts;
+    facts.width = videoWidth_;
+    facts.height = videoHeight_;
+    facts.frameRate = sourceFrameRate_;
+    facts.duration = duration_;
+    facts.audio = audioStreamCount_ > 0 && !DisableAudio && pass != 1;
+    facts.sampleRate = sourceAudioSampleRate_;
+    facts.channels = static_cast<int>(sourceAudioChannels_);
+    // The first sound stream's channels as the tool names them.
+    auto channelsOf = [](const std::string& text) {
+      const size_t audio = text.find("Audio:");
+      if (audio == std::string::npos) return 0;
+      const std::string line = text.substr(audio, text.find('\n', audio) - audio);
+      return Contains(line, " mono") ? 1 : Contains(line, " stereo") ? 2 : 0;
+    };
+    if (AVSInsertVideo && FileExists(AVSInsertVideoFileName)) {
+      const MediaReading reading = ReadMedia(AVSInsertVideoFileName);
+      facts.insertDuration = reading.figures ? reading.figures->duration : 0;
+      facts.insertAudio = Contains(reading.text, "Audio:");
+      facts.insertChannels = channelsOf(reading.text);
+    }
+    if (AVSAudioReplace && FileExists(AVSAudioReplaceFileName)) {
+      facts.musicChannels = channelsOf(ReadMedia(AVSAudioReplaceFileName).text);
+    }
+    // The texts' file goes to libass with its override tags intact.
+    const std::string texts = scratchFile_ + "3.ssa";
+    for (std::string& subtitle : scriptSubtitles_) {
+      if (subtitle != texts) continue;
+      if (WriteFileAtomic(scratchFile_ + "3.ass", TextOverlayAsSubStation(ReadText(texts)))) {
+        subtitle = scratchFile_ + "3.ass";
+      }
+    }
+    // Only a size asked for is applied; the turn alone gives the swapped size.
+    const bool sized = !scaleText.empty();
+    const bool sideways = AVSVideoRotate == 90 || AVSVideoRotate == 270;
+    filterGraph_ = ComposeFilterGraph(filename_, sized ? (sideways ? targetHeight_ : targetWidth_) : 0,
+                                      sized ? (sideways ? targetWidth_ : targetHeight_) : 0, facts);
+  }
 
   std::string command = coreStatus_ == kCoreMEncoder ? ComposeMEncoder(pass)
                                                      : ComposeFFmpeg(pass, rotate, extraAudioFile, scaleText);
@@ -276,7 +321,11 @@ std::string FFmpegX::ComposeFFmpeg(int pass, int rotate, const std::string& extr
   } else if ((forceFormat_ == "xvid" || forceFormat_ == "svi") && targetHeight_ + n != 0) {
     aspectText = " -aspect " + Decimals(static_cast<double>(targetWidth_) / (targetHeight_ + n), false);
   }
-  scaleText = cropPadText + scaleText + aspectText + (rotate != 0 ? " -vf rotate=" + std::to_string(rotate) : "");
+  // With a filter graph the picture's size is its work: a filter option of the
+  // output would clash with it.
+  scaleText = graphInForce_ ? aspectText
+                            : cropPadText + scaleText + aspectText +
+                                  (rotate != 0 ? " -vf rotate=" + std::to_string(rotate) : "");
 
   std::string rateControlText;
   if (VideoVBR < 1) {
@@ -370,8 +419,9 @@ std::string FFmpegX::ComposeFFmpeg(int pass, int rotate, const std::string& extr
   metadata("title", ReplaceAll(MetaData_Title, "%FileName%", GetFileString(first, ".", 0)));
   metadata("author", MetaData_Author);
   metadata("copyright", MetaData_Copyright);
-  if (Deinterlace) miscText += " -deinterlace";
-  if (AudioVolume != 0) miscText += " -vol " + std::to_string(Floor(AudioVolume / 100.0 * 256));
+  // A filter graph deinterlaces and sets the volume itself.
+  if (Deinterlace && !graphInForce_) miscText += " -deinterlace";
+  if (AudioVolume != 0 && !graphInForce_) miscText += " -vol " + std::to_string(Floor(AudioVolume / 100.0 * 256));
   if (CopyTimeStamps) miscText += " -copyts";
   constexpr std::string_view kStrictness[] = {"", " -strict very", " -strict strict", " -strict normal",
                                               " -strict inofficial", " -strict experimental"};
@@ -399,8 +449,9 @@ std::string FFmpegX::ComposeFFmpeg(int pass, int rotate, const std::string& extr
     command = Quoted(folder + "mencoder") + " -dvd-device " + DiscDeviceOf(first) +
               " dvd://1 -really-quiet -oac copy -ovc copy -o -|" + Quoted(core_) + " -v 1 -y -i -" + tail;
   } else {
-    command = Quoted(core_) + " -v 1 -y -i " + Quoted(toolInput_) + tail;
+    command = Quoted(core_) + " -v 1 -y -i " + Quoted(toolInput_) + GraphText() + tail;
   }
+  if (graphInForce_) return command;
 
   // Streams beyond the first of each kind.
   auto extra = [&command](int count, bool disabled, bool supported, const std::string& text) {
@@ -411,6 +462,19 @@ std::string FFmpegX::ComposeFFmpeg(int pass, int rotate, const std::string& extr
   extra(audioStreamCount_, DisableAudio, MultiAudioTrackSupport, " -newaudio" + audioCodecText + audioOptionsText);
   extra(subtitleStreamCount_, DisableSubtitle, MultiSubtitleTrackSupport, " -newsubtitle" + subtitleText);
   return command;
+}
+
+// The further inputs, the graph and its outputs, ahead of the output options.
+std::string FFmpegX::GraphText() const {
+  if (!graphInForce_) return {};
+  std::string text;
+  for (const GraphInput& input : filterGraph_.inputs) {
+    for (const std::string& option : input.options) text += " " + option;
+    text += " -i " + Quoted(input.path);
+  }
+  text += " -filter_complex " + Quoted(filterGraph_.text) + " -map " + filterGraph_.video;
+  if (!filterGraph_.audio.empty()) text += " -map " + filterGraph_.audio;
+  return text;
 }
 
 }  // namespace zel

@@ -213,6 +213,8 @@ std::string FFmpegX::ComposeScript(const std::string& source, int width, int hei
   std::vector<std::string> functions(std::begin(kCommonFunctions), std::end(kCommonFunctions));
 
   body.emplace_back("SetMemoryMax(256)");
+  scriptSubtitles_.clear();
+  scriptPictureSubtitle_.clear();
 
   // ---- Opening: trim, rotation, and the join of several sources ----
   const float fps = targetFrameRate_;
@@ -307,6 +309,7 @@ std::string FFmpegX::ComposeScript(const std::string& source, int width, int hei
       endTime_ = endTime;
     }
     body.push_back("TextSub(" + Quoted(shown) + ")");
+    scriptSubtitles_.push_back(shown);
   };
   if (AVSEnableSubtitle) {
     // A joined source has no companion of its own.
@@ -316,6 +319,7 @@ std::string FFmpegX::ComposeScript(const std::string& source, int width, int hei
       textSub(subtitle, scratchFile_ + "1.ssa");
     } else if (FileExists(pictures)) {
       body.push_back("TextSub(" + Quoted(pictures) + ")");
+      scriptSubtitles_.push_back(pictures);
     }
   }
   if (FileExists(AVSOverallSubtitle)) {
@@ -325,6 +329,7 @@ std::string FFmpegX::ComposeScript(const std::string& source, int width, int hei
       textSub(AVSOverallSubtitle, scratchFile_ + "2.ssa");
     } else if (type == "sub") {
       body.push_back("VobSub(" + Quoted(AVSOverallSubtitle) + ")");
+      scriptPictureSubtitle_ = AVSOverallSubtitle;
     }
   }
   // The title has no trigger of its own: it shows with the logo or the banner.
@@ -332,6 +337,7 @@ std::string FFmpegX::ComposeScript(const std::string& source, int width, int hei
     const std::string overlay = scratchFile_ + "3.ssa";
     WriteTextOverlay(overlay);
     body.push_back("TextSub(" + Quoted(overlay) + ")");
+    scriptSubtitles_.push_back(overlay);
   }
 
   // ---- Sound, cover and inserted clips ----

@@ -202,13 +202,15 @@ void ConfigureConversion(FFmpegX& engine, const ConversionTask& task, const Sett
   engine.MetaData_Author = read("InfoAuthor");
   engine.MetaData_Copyright = read("InfoCopyright");
 
-  // AviSynth: the script is switched on only where it can run and has a picture
-  // to open; the effects are filled all the same, so that a host may force it.
+  // The effects need a picture to work on. Where AviSynth can read the script
+  // the tool reads it; elsewhere the engine runs the same steps as a filter graph.
   const bool picture = Contains(task.source, "|") || SourceKindOf(task.source) == SourceKind::Video;
-  engine.AVSEnabled = task.aviSynthUsable && yes("AVSEnable") && picture;
+  engine.AVSEnabled = yes("AVSEnable") && picture;
+  engine.AVSThroughAviSynth = task.aviSynthUsable;
   engine.AVSVSFilterPath = Shared().ToolVsfilter;
   engine.AVSUserScript = read("AVSUserScript");
-  engine.AVSEnableSubtitle = yes("AVSSubtitle") && FileExists(Shared().ToolVsfilter);
+  // Without AviSynth libass draws the subtitles, and VSFilter is not needed.
+  engine.AVSEnableSubtitle = yes("AVSSubtitle") && (FileExists(Shared().ToolVsfilter) || !task.aviSynthUsable);
   engine.AVSEnableSubtitleFormat = yes("AVSSubtitleFormat");
   engine.AVSSubtitleFont = read("AVSSubtitleFont");
   engine.AVSSubtitleColor = read("AVSSubtitleColor");

@@ -78,6 +78,10 @@ void TaskLoop::OnStatusChange(int status, const std::string& info) {
       host_.SetTitle(std::to_string(static_cast<int>(100.0 * value / max + 0.5)) + "% - " + Shared().ProductName);
       break;
     }
+    case kStatusInfoString:
+      // Of the engine's remarks on a job, the user hears of the effect left out.
+      if (info == MsgUserScriptLeftOut) info_.Add(StrInfoNotice, info);
+      break;
     case kStatusSearching:
       host_.SetStatusText(std::string(StrSearchingStart) + "  " +
                           FormatMSecs(ElapsedMs(engine_.StartTime(), ClockNow()), kNotationClock));

@@ -381,6 +381,7 @@ TEST_F(AviSynthScriptTest, CommandReadsTheScriptOfAllSourcesWithoutARange) {
   engine.TimeStartPoint = 1;
   engine.TimeEndPoint = 3;
   engine.AVSEnabled = true;
+  engine.AVSThroughAviSynth = true;
   const std::string command = engine.BuildCommand(0);
   EXPECT_TRUE(Contains(command, " -i \"" + engine.ScriptPath() + "\"")) << command;
   EXPECT_FALSE(Contains(command, " -ss ")) << command;

@@ -150,6 +150,12 @@ TEST(DialectTranslation, WholeLines) {
        R"("ff" -i "a.mkv" -vcodec mpeg4 -acodec aac -map 0:V:0? -map 0:a:0? -map 0:a:1? -map 0:a:2? "b.mkv")"},
       {R"("ff" -i "a.mkv" -vf crop=0:2:8:8 -an "b.mkv" -newvideo -vf crop=0:2:8:8 -newsubtitle -scodec ass)",
        R"("ff" -i "a.mkv" -vf crop=8:8:0:2 -an -map 0:V:0? -map 0:V:1? -map 0:s:0? "b.mkv")"},
+      // A filter graph, its further inputs and its labels pass whole.
+      {R"("ff" -v 1 -y -i "a.avi" -loop 1 -t 2 -i "p.png" -filter_complex "[0:v]transpose=clock[v0];)"
+       R"([v0][1:v]overlay=x=5:y=6[v1];[0:a]amix=inputs=1:weights=0.50 0.50[a2]" -map [v1] -map [a2] -r 25 "b.mp4")",
+       R"("ff" -hide_banner -nostdin -loglevel info -y -i "a.avi" -loop 1 -t 2 -i "p.png" -filter_complex )"
+       R"("[0:v]transpose=clock[v0];[v0][1:v]overlay=x=5:y=6[v1];[0:a]amix=inputs=1:weights=0.50 0.50[a2]" )"
+       R"(-map [v1] -map [a2] -r 25 "b.mp4")"},
       {R"("ff" -i "a.mkv" -i "x.mp3" -ss 0 -t 5 -map 0:0 -map 1:0 -acodec aac "b.mkv" -newaudio -acodec aac)",
        R"("ff" -i "a.mkv" -i "x.mp3" -ss 0 -t 5 -map 0:0 -map 1:0 -acodec aac "b.mkv")"},
   };

@@ -81,6 +81,7 @@ TEST_F(FFmpegXTest, ChecksBeforeARunStopWithTheirMessages) {
   engine.SetCore(test::ToolPath("ffmpeg"));
   engine.SetOutputDir(dir.path());
   engine.AVSEnabled = true;
+  engine.AVSThroughAviSynth = true;  // the host counted on AviSynth, which cannot be loaded
   engine.StartProcess();
   EXPECT_EQ(events.back(), (Event{3, std::string(MsgNoAviSynth)}));
 }

@@ -104,15 +104,17 @@ TEST_F(EngineSetupTest, PartsNumberTheNameAndRoundTheRange) {
 
 TEST_F(EngineSetupTest, AviSynthEffectsComeFromTheirKeys) {
   Shared().ToolVsfilter = dir / "VSFilter.dll";
-  Configure({{"AVSEnable", "是"}, {"AVSSubtitleFormat", "是"}, {"AVSSubtitleColor", "00FFFF"},
+  Configure({{"AVSEnable", "是"}, {"AVSSubtitle", "是"}, {"AVSSubtitleFormat", "是"}, {"AVSSubtitleColor", "00FFFF"},
              {"AVSLogoText", "是"}, {"AVSLogoTextAlign", "7"}, {"AVSLogoTextFont", "SimHei, 12, True, False, 134"},
              {"AVSBanner", "是"}, {"AVSBannerString", "走马灯"}, {"AVSBannerTimeEnd", "00:00:09,000"},
              {"AVSLogoImage", "是"}, {"AVSLogoImagePosition", "5x6"}, {"AVSInsertImage", "是"},
              {"AVSInsertImagePosition", "30%"}, {"AVSInsertVideo", "是"}, {"AVSInsertVideoPosition", "100%"},
              {"AVSLayOver", "是"}, {"AVSLayOverValue", "1,2,3,4"}, {"AVSLayOverColor", "FF"},
              {"AVSAudioReplace", "是"}, {"AVSAudioReplaceFileName", "/m.mp3"}, {"AVSAudioReplaceVolume", "80%"}});
-  EXPECT_FALSE(engine.AVSEnabled);         // AviSynth is not usable here
-  EXPECT_FALSE(engine.AVSEnableSubtitle);  // nor is the filter there
+  // AviSynth is not usable here: a filter graph stands in, libass for the filter.
+  EXPECT_TRUE(engine.AVSEnabled);
+  EXPECT_FALSE(engine.AVSThroughAviSynth);
+  EXPECT_TRUE(engine.AVSEnableSubtitle);
   EXPECT_EQ(engine.AVSVSFilterPath, dir / "VSFilter.dll");
   EXPECT_TRUE(engine.AVSEnableSubtitleFormat);
   EXPECT_EQ(engine.AVSSubtitleColor, "00FFFF");
@@ -138,10 +140,13 @@ TEST_F(EngineSetupTest, AviSynthEffectsComeFromTheirKeys) {
   EXPECT_EQ(engine.AVSAudioReplaceFileName, "/m.mp3");
   EXPECT_EQ(engine.AVSAudioReplaceVolume, 80);
 
-  WriteFileAtomic(dir / "VSFilter.dll", "");
   WriteSetting("AVSInsertImageTime", "5s");
   const SettingReader read = [](std::string_view key) { return ReadSetting(key); };
   task.aviSynthUsable = true;
+  ConfigureConversion(engine, task, read);
+  EXPECT_TRUE(engine.AVSThroughAviSynth);
+  EXPECT_FALSE(engine.AVSEnableSubtitle);  // AviSynth draws through the filter, which is missing
+  WriteFileAtomic(dir / "VSFilter.dll", "");
   ConfigureConversion(engine, task, read);
   EXPECT_TRUE(engine.AVSEnabled);
   EXPECT_TRUE(engine.AVSEnableSubtitle);
