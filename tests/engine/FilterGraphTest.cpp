@@ -270,6 +270,64 @@ void Generate(const std::vector<std::string>& arguments) {
   ASSERT_EQ(r.exitCode, 0) << r.output;
 }
 
+// A picture subtitle as a DVD carries it, which no Debian tool makes from
+// text: one red rectangle (40,30)-(119,89) shown from 0.2 s for about 1.2 s,
+// as "<stem>.sub" (one 2048-byte MPEG-PS sector) and its "<stem>.idx".
+void WriteVobSub(const std::string& stem) {
+  constexpr int x0 = 40, y0 = 30, x1 = 119, y1 = 89, lines = y1 - y0 + 1;
+  std::string spu;
+  const auto word = [](std::string& to, int v) { to += static_cast<char>(v >> 8), to += static_cast<char>(v & 255); };
+  // Each line filled to its end with pixel 1, the top field's lines then the bottom's.
+  std::string rle;
+  for (int i = 0; i < lines; ++i) word(rle, 1);
+  const int topBytes = (lines + 1) / 2 * 2;
+  std::string start = "\x01";
+  start += std::string("\x03\x00\x10", 3);  // pixel 1 takes palette entry 1
+  start += std::string("\x04\xff\xf0", 3);  // opaque; the background clear
+  start += "\x05";
+  for (int v : {x0 >> 4, ((x0 & 15) << 4) | (x1 >> 8), x1 & 255, y0 >> 4, ((y0 & 15) << 4) | (y1 >> 8), y1 & 255}) {
+    start += static_cast<char>(v);
+  }
+  start += "\x06";
+  word(start, 4);
+  word(start, 4 + topBytes);
+  start += "\xff";
+  const int control = 4 + static_cast<int>(rle.size());
+  const int stop = control + 4 + static_cast<int>(start.size());
+  word(spu, 0);  // the size, set below
+  word(spu, control);
+  spu += rle;
+  word(spu, 0);  // at once
+  word(spu, stop);
+  spu += start;
+  word(spu, 105);  // 105 x 1024 / 90000 s later
+  word(spu, stop);
+  spu += "\x02\xff";
+  spu[0] = static_cast<char>(spu.size() >> 8), spu[1] = static_cast<char>(spu.size() & 255);
+
+  constexpr long long pts = 18000;  // 0.2 s
+  std::string pes = std::string("\x81\x80\x05", 3);
+  for (long long v : {0x21 | ((pts >> 29) & 0x0e), (pts >> 22) & 0xff, ((pts >> 14) & 0xfe) | 1, (pts >> 7) & 0xff,
+                      ((pts << 1) & 0xfe) | 1}) {
+    pes += static_cast<char>(v);
+  }
+  pes += ' ';  // the first subtitle stream, 0x20
+  pes += spu;
+  std::string sector = std::string("\x00\x00\x01\xba\x44\x00\x04\x00\x04\x01\x01\x89\xc3\xf8", 14);
+  sector += std::string("\x00\x00\x01\xbd", 4);
+  word(sector, static_cast<int>(pes.size()));
+  sector += pes;
+  const int padding = 2048 - static_cast<int>(sector.size()) - 6;
+  sector += std::string("\x00\x00\x01\xbe", 4);
+  word(sector, padding);
+  sector += std::string(static_cast<size_t>(padding), '\xff');
+  WriteFileAtomic(stem + ".sub", sector);
+  std::string palette = "000000, ff0000";
+  for (int i = 2; i < 16; ++i) palette += ", 000000";
+  WriteFileAtomic(stem + ".idx", "# VobSub index file, v7\nsize: 160x120\norg: 0, 0\npalette: " + palette +
+                                     "\nid: en, index: 0\ntimestamp: 00:00:00:200, filepos: 000000000\n");
+}
+
 class FilterGraphRunTest : public test::EngineTest {
  protected:
   FilterGraphRunTest() {
@@ -411,6 +469,16 @@ TEST_F(FilterGraphRunTest, ThePictureIsTurnedCutMirroredAndCovered) {
          EXPECT_NEAR(Seconds(out), 3.0, 0.15);
          EXPECT_FALSE(Near(Pixel(out, 0.4, 80, 60), {0, 128, 0}));
          EXPECT_TRUE(Near(Pixel(out, 2.6, 80, 60), {0, 128, 0})) << Pixel(out, 2.6, 80, 60);
+       }},
+      {"a picture subtitle is laid over the video while it shows",
+       [](FFmpegX& e, const test::TempDir& d) {
+         WriteVobSub(d / "picture");
+         e.AVSOverallSubtitle = d / "picture.sub";
+       },
+       [this](const std::string& out) {
+         EXPECT_TRUE(Near(Pixel(out, 0.6, 80, 60), {255, 0, 0})) << Pixel(out, 0.6, 80, 60);
+         EXPECT_TRUE(Near(Pixel(out, 0.6, 20, 20), Pixel(source, 0.6, 20, 20))) << Pixel(out, 0.6, 20, 20);
+         EXPECT_TRUE(Near(Pixel(out, 1.8, 80, 60), Pixel(source, 1.8, 80, 60))) << Pixel(out, 1.8, 80, 60);
        }},
       {"a picture lies over the video at its place",
        [](FFmpegX& e, const test::TempDir& d) {
