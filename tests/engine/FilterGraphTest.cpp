@@ -370,6 +370,12 @@ TEST_F(FilterGraphRunTest, ThePictureIsTurnedCutMirroredAndCovered) {
   const Case cases[] = {
       {"a turn swaps the size", [](FFmpegX& e, const test::TempDir&) { e.AVSVideoRotate = 90; },
        [](const std::string& out) { EXPECT_EQ(Probe(out, "stream=width,height"), "120,160"); }},
+      {"a new size and frame rate",
+       [](FFmpegX& e, const test::TempDir&) {
+         e.SetVideoSize("80x60");
+         e.SetFrameRate(10);
+       },
+       [](const std::string& out) { EXPECT_EQ(Probe(out, "stream=width,height,r_frame_rate"), "80,60,10/1"); }},
       {"a crop gives the inner size", [](FFmpegX& e, const test::TempDir&) { e.AVSScreenCrop = "10,10,-30,-20"; },
        [](const std::string& out) { EXPECT_EQ(Probe(out, "stream=width,height"), "120,90"); }},
       {"a range keeps its length",
