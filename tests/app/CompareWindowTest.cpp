@@ -85,9 +85,7 @@ class CompareWindowTest : public ::testing::Test {
     source_ = *dir_ / "源 clip.mp4";
     test::MakeClip(source_, 5);
     output_ = *dir_ / "out.mkv";
-    const test::RunResult r = test::Run({test::ToolPath("ffmpeg"), "-v", "error", "-nostdin", "-y", "-i", source_,
-                                         "-vf", "scale=80:60", "-c:v", "mjpeg", "-c:a", "mp3", output_});
-    ASSERT_EQ(r.exitCode, 0) << r.output;
+    test::MakeEncodedCopy(source_, output_, "80:60");
   }
   static void TearDownTestSuite() { delete dir_; }
 

@@ -54,9 +54,7 @@ class PlayerPairTest : public ::testing::Test {
     test::MakeClip(source_, 6);
     // The output of a conversion: another size, codec and container.
     output_ = *dir_ / "output 'a'.mkv";
-    const test::RunResult r = test::Run({test::ToolPath("ffmpeg"), "-v", "error", "-nostdin", "-y", "-i", source_,
-                                         "-vf", "scale=160:120", "-c:v", "mjpeg", "-c:a", "mp3", output_});
-    ASSERT_EQ(r.exitCode, 0) << r.output;
+    test::MakeEncodedCopy(source_, output_, "160:120");
   }
   static void TearDownTestSuite() { delete dir_; }
 

@@ -68,6 +68,12 @@ void MakeClip(const std::string& path, int seconds, const std::string& size) {
   ASSERT_EQ(r.exitCode, 0) << r.output;
 }
 
+void MakeEncodedCopy(const std::string& source, const std::string& output, const std::string& size) {
+  const RunResult r = Run({ToolPath("ffmpeg"), "-v", "error", "-nostdin", "-y", "-i", source, "-vf", "scale=" + size,
+                           "-c:v", "mjpeg", "-c:a", "mp3", output});
+  ASSERT_EQ(r.exitCode, 0) << r.output;
+}
+
 std::string ProbeCodec(const std::string& path, const std::string& kind) {
   const RunResult r = Run({ToolPath("ffprobe"), "-v", "error", "-select_streams", kind + ":0", "-show_entries",
                            "stream=codec_name", "-of", "default=noprint_wrappers=1:nokey=1", path});

@@ -46,6 +46,9 @@ std::string ToolPath(const std::string& name);
 
 // A clip with picture and sound made by the real ffmpeg.
 void MakeClip(const std::string& path, int seconds, const std::string& size = "160x120");
+// What a conversion of `source` might give: another size ("W:H"), codec and
+// container (MJPEG and MP3, in the container of `output`'s extension).
+void MakeEncodedCopy(const std::string& source, const std::string& output, const std::string& size);
 
 // "codec_name" of the first stream of a kind ("v" or "a"), read by ffprobe.
 std::string ProbeCodec(const std::string& path, const std::string& kind);
